@@ -1,0 +1,46 @@
+#pragma once
+// One result-code space for the parsers and utilities of the service, with fixed English names
+// for log lines and error texts.
+
+enum ac_result_e {
+    AC_RESULT_SUCCESS = 0,
+    AC_RESULT_FAIL = 1,
+    AC_RESULT_BUSY = 2,
+    AC_RESULT_UNKNOWN_ATTRIBUTE = 3,
+    AC_RESULT_BAD_PARAMETER = 4,
+    AC_RESULT_NO_ATTRIBUTE = 5,
+    AC_RESULT_INVALID_VALUE = 6,
+    AC_RESULT_NO_INSTANCE = 7,
+    AC_RESULT_OUT_OF_MEMORY = 8,
+    AC_RESULT_UNSUPPORTED = 9,
+    AC_RESULT_NOT_PRESENT = 10,
+    AC_RESULT_OUT_OF_RANGE = 11,
+    AC_RESULT_ALREADY_PRESENT = 12,
+    AC_RESULT_NOT_SPECIFIED = 13,
+    AC_RESULT_NOT_IMPLEMENTED = 14,
+    AC_RESULT_INITIALIZED = 15,
+    AC_RESULT_INVALID_STATE = 16,
+    AC_RESULT_DISABLED = 17,
+    AC_RESULT_TIMEOUT = 18,
+    AC_RESULT_CONTINUE = 19,
+    AC_RESULT_CONNECTION_CLOSED = 20,
+    AC_RESULT_INVALID_RESPONSE = 21,
+    AC_RESULT_INSUFFICIENT_BUFFER_LENGTH = 22,
+    AC_RESULT_LESS_DATA_THAN_EXPECTED = 23,
+    AC_RESULT_INSTANCE_IS_EMPTY = 24,
+    AC_RESULT_CHECKSUM_IS_INVALID = 25,
+    AC_RESULT_FORMAT_IS_INVALID = 26,
+    AC_RESULT_IGNORE_THIS_RESULT = 27,
+    AC_RESULT_RESULT_IS_DIFFERENT = 28,
+    AC_RESULT_ACCESS_ERROR = 29,
+    AC_RESULT_SUCCESS_BUT_BREAK_OUT = 30,
+    AC_RESULT_FORMAT_IS_UNKNOWN = 31,
+    AC_RESULT_UNHANDLED = 32,
+    AC_RESULT_INVALID_PACKET_LENGTH = 33,
+    AC_RESULT_RETRY = 34,
+    AC_RESULT_LAST_INSTANCE = 35,
+};
+
+// Static text for codes 0..35, "unknown" for anything else (negative codes included).
+// Allocation- and lock-free, so it is safe inside log calls on any thread.
+const char* ac_result_name(int code);
