@@ -1,0 +1,6 @@
+#pragma once
+// The message of "events/end_device/battery_count_warning". It carries only the hardware id, but is a type of
+// its own so that the event can be told apart from the other hardware-id events.
+#include "messages/msg_event_hwid.h"
+
+class msg_event_end_device_battery_count_warning_c : public msg_event_hwid_c {};
