@@ -1,0 +1,170 @@
+#include "db/dao_sqlite3.h"
+
+#include "db/db_exception.h"
+#include "db/sqlite3_statement.h"
+#include "utils/ac_log.h"
+
+#include <sched.h>
+#include <sqlite3.h>
+
+#include <fstream>
+#include <iomanip>
+#include <sstream>
+#include <type_traits>
+
+static_assert(
+    std::is_same<db_update_hook_t, void (*)(void*, int, const char*, const char*, sqlite3_int64)>::value,
+    "db_update_hook_t must be the callback type of sqlite3_update_hook");
+
+namespace {
+
+// The path as std::quoted writes it, so that odd names stay readable in messages.
+std::string quoted(const std::string& text) {
+    std::ostringstream out;
+    out << std::quoted(text);
+    return out.str();
+}
+
+std::string read_script(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream script;
+    if (in) script << in.rdbuf();
+    // An empty script would leave an empty database that fails only at the first query.
+    if (script.str().empty()) throw db_exception_t("could not read source sql file: " + quoted(path));
+    return script.str();
+}
+
+} // namespace
+
+void dao_sqlite3_c::open(const std::string& path, bool allow_missing, bool load_extension) {
+    if (!allow_missing && !is_memory_database(path)) {
+        std::error_code error;
+        auto type = std::filesystem::status(path, error).type();
+        if (type == std::filesystem::file_type::not_found || type == std::filesystem::file_type::none)
+            throw db_exception_t("db " + quoted(path) + " doesn't exist in filesystem");
+    }
+    close(); // opening again replaces the connection
+
+    int result = sqlite3_open(path.c_str(), &db_);
+    try {
+        // No separator after the quoted path: the texts stay as the rest of the system knows them.
+        if (result != SQLITE_OK)
+            throw make_db_exception("failed to open db: " + quoted(path), result, db_code_open);
+        result = sqlite3_enable_load_extension(db_, 1);
+        if (result != SQLITE_OK)
+            throw make_db_exception("failed to configure db: " + quoted(path), result, db_code_open);
+        if (load_extension) {
+            result = sqlite3_load_extension(db_, sha_extension_path, "sqlite3_sha_init", nullptr);
+            if (result != SQLITE_OK)
+                throw make_db_exception("failed to load extension db: " + quoted(path), result, db_code_open);
+        }
+        configure();
+    } catch (...) {
+        close();
+        throw;
+    }
+
+    // The hooks get the connection, not this wrapper: they serve any connection of the process.
+    if (update_hook_) sqlite3_update_hook(db_, update_hook_, db_);
+    if (rollback_hook_) sqlite3_rollback_hook(db_, rollback_hook_, db_);
+    if (commit_hook_) sqlite3_commit_hook(db_, commit_hook_, db_);
+    path_ = path;
+}
+
+void dao_sqlite3_c::open_database(const std::string& path, bool load_extension) {
+    if (path.find(".sql") == std::string::npos) {
+        open(path, false, load_extension);
+        return;
+    }
+    const std::string script = read_script(path);
+    open(":memory:", false, load_extension);
+    try {
+        exec_sql_script(script);
+    } catch (...) {
+        close();
+        throw;
+    }
+}
+
+void dao_sqlite3_c::close() {
+    // close_v2: a statement that outlives the wrapper keeps the connection as a zombie until it
+    // is finalized, instead of leaking it.
+    if (db_) sqlite3_close_v2(db_);
+    db_ = nullptr;
+    path_.clear();
+}
+
+sqlite3* dao_sqlite3_c::get_handle() const {
+    if (!db_) throw db_exception_t("invalid state: db isnt open yet");
+    return db_;
+}
+
+bool dao_sqlite3_c::is_memory_database(const std::string& name) {
+    return name == "file::memory:" || name == ":memory:";
+}
+
+bool dao_sqlite3_c::is_open(const std::filesystem::path& name) const {
+    if (is_memory_database(name.string())) return db_ != nullptr;
+    std::error_code error;
+    return std::filesystem::exists(name, error) && db_ != nullptr;
+}
+
+void dao_sqlite3_c::exec_with_retry(const std::string& sql, uint32_t retries, int32_t error_code) {
+    sqlite3* handle = get_handle();
+    int32_t code = error_code;
+    for (uint64_t attempt = 0; attempt <= retries; ++attempt) {
+        const int result = sqlite3_exec(handle, sql.c_str(), nullptr, nullptr, nullptr);
+        if (result == SQLITE_OK) return;
+        // Once another process held the lock, callers should see "busy" and try again later,
+        // whatever the last attempt reported.
+        if ((result & 0xff) == SQLITE_BUSY) code = db_code_busy;
+        sched_yield();
+    }
+    throw db_exception_t("\"" + sql + "\" failed", code);
+}
+
+void dao_sqlite3_c::exec_sql_script(const std::string& sql) {
+    char* message = nullptr;
+    const int result = sqlite3_exec(get_handle(), sql.c_str(), nullptr, nullptr, &message);
+    if (result == SQLITE_OK) return;
+    const std::string text = message ? message : sqlite3_errstr(result);
+    sqlite3_free(message);
+    throw db_exception_t("could not initialize database from source sql file: " + text);
+}
+
+void dao_sqlite3_c::set_busy_timeout(int milliseconds) {
+    const int result = db_ ? sqlite3_busy_timeout(db_, milliseconds) : SQLITE_MISUSE;
+    if (result != SQLITE_OK)
+        ac_log(AC_LOG_ERROR, AC_LOG_CAT_MODEL, "set_busy_timeout", "failed set sqlite3 busy timeout: %d",
+               result);
+}
+
+void dao_sqlite3_c::rollback_transaction() {
+    if (!db_) return; // nothing can be open without a connection
+    char* message = nullptr;
+    const int result = sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, &message);
+    if (result != SQLITE_OK && message)
+        ac_log(AC_LOG_ERROR, AC_LOG_CAT_MODEL, "rollback_transaction", "SQLite Error %d: %s", result,
+               message);
+    sqlite3_free(message);
+}
+
+// The file is shared with other services: first wait (long) for the write lock so that the
+// pragmas run on a quiet database, then leave the connection with a short busy timeout, since
+// writers retry their "BEGIN IMMEDIATE" themselves.
+void dao_sqlite3_c::configure() {
+    exec_with_retry("BEGIN IMMEDIATE", 5000, db_code_busy);
+    set_busy_timeout(5000);
+    exec_with_retry("COMMIT", 50, db_code_commit);
+    for (const auto& body : pragmas_) {
+        try {
+            prepare(*this, "PRAGMA " + body).execute();
+        } catch (const db_exception_t&) {
+            rollback_transaction();
+            throw;
+        }
+    }
+    exec_with_retry("BEGIN IMMEDIATE", 5000, db_code_busy);
+    set_busy_timeout(50);
+    exec_with_retry("COMMIT", 50, db_code_commit);
+}

@@ -1,0 +1,87 @@
+#pragma once
+// The one place where a connection to a SQLite database is opened, configured and closed. Every
+// DAO of a database shares one object of this class (through a shared pointer); statements and
+// transactions take the raw handle from get_handle().
+//
+// The database file is shared with the controller's other services, so open() first waits for
+// the write lock and then leaves the connection with a short busy timeout; writers retry their
+// "BEGIN IMMEDIATE" instead (exec_with_retry).
+//
+// Threads: no lock of its own; SQLite serialises the use of one connection. Failures throw
+// db_exception_t; close(), set_busy_timeout() and rollback_transaction() only log.
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+struct sqlite3;
+
+// The callback types of sqlite3_update_hook, sqlite3_rollback_hook and sqlite3_commit_hook
+// (long long is sqlite3_int64), spelled out so that users of this header need no <sqlite3.h>.
+using db_update_hook_t = void (*)(void* connection, int operation, const char* database, const char* table,
+                                  long long rowid);
+using db_rollback_hook_t = void (*)(void* connection);
+using db_commit_hook_t = int (*)(void* connection);
+
+class dao_sqlite3_c {
+public:
+    // The optional extension that gives SQL its SHA hash functions.
+    static constexpr const char* sha_extension_path = "/usr/lib/libsqlite3-sha.so";
+
+    dao_sqlite3_c(db_update_hook_t update_hook, db_rollback_hook_t rollback_hook,
+                  db_commit_hook_t commit_hook)
+        : update_hook_(update_hook), rollback_hook_(rollback_hook), commit_hook_(commit_hook) {}
+    dao_sqlite3_c() : dao_sqlite3_c(nullptr, nullptr, nullptr) {}
+    ~dao_sqlite3_c() { close(); }
+    dao_sqlite3_c(const dao_sqlite3_c&) = delete;
+    dao_sqlite3_c& operator=(const dao_sqlite3_c&) = delete;
+
+    // A file database must exist unless `allow_missing`: opening never creates the shared file
+    // by accident. Memory names skip the check. On failure the object stays closed.
+    void open(const std::string& path, bool allow_missing, bool load_extension);
+    void open(const std::filesystem::path& path, bool allow_missing, bool load_extension) {
+        open(path.string(), allow_missing, load_extension);
+    }
+    void open(const char* path, bool allow_missing, bool load_extension) {
+        open(std::string(path), allow_missing, load_extension);
+    }
+    void open(const std::filesystem::path& path, bool load_extension) {
+        open(path.string(), false, load_extension);
+    }
+    void open(const std::string& path, bool load_extension) { open(path, false, load_extension); }
+    void open(const char* path, bool load_extension) { open(std::string(path), false, load_extension); }
+
+    // How the registry opens a database: a path containing ".sql" names a script that fills a
+    // fresh in-memory database (tests, demo installations); any other path is a file that must exist.
+    void open_database(const std::string& path, bool load_extension);
+
+    // Idempotent; a statement still alive keeps the connection until it is finalized.
+    void close();
+
+    sqlite3* get_handle() const;
+    // Takes effect at the next open; run in insertion order as "PRAGMA " + body.
+    void add_pragma(const std::string& body) { pragmas_.push_back(body); }
+    const std::string& path() const { return path_; }
+
+    static bool is_memory_database(const std::string& name);
+    // A file database counts as open only while its file is still there.
+    bool is_open(const std::filesystem::path& name) const;
+
+    // Runs `sql` up to retries + 1 times, yielding in between; the busy timeout does the waiting.
+    // Throws "\"<sql>\" failed" with code 6 when any attempt was busy, else `error_code`.
+    void exec_with_retry(const std::string& sql, uint32_t retries, int32_t error_code);
+    void exec_sql_script(const std::string& sql);
+    void set_busy_timeout(int milliseconds);
+    // "ROLLBACK" once; a failure (e.g. no transaction open) is logged, never thrown.
+    void rollback_transaction();
+
+private:
+    void configure();
+
+    sqlite3* db_ = nullptr;
+    std::string path_;
+    db_update_hook_t update_hook_;
+    db_rollback_hook_t rollback_hook_;
+    db_commit_hook_t commit_hook_;
+    std::vector<std::string> pragmas_;
+};

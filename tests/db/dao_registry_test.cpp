@@ -1,0 +1,112 @@
+#include "db/dao_registry.h"
+
+#include "db/transaction_dao_sqlite3.h"
+#include "db/transaction_guard.h"
+#include "tests/db/db_test_util.h"
+#include "tests/support/test_files.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class unregistered_dao_t : public dao_t {};
+
+// What std::runtime_error says, for registry misuse.
+std::string misuse(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const std::runtime_error& e) {
+        return e.what();
+    }
+    return "no exception";
+}
+
+class dao_registry_test : public ::testing::Test {
+protected:
+    void SetUp() override {
+        path_ = dir_.file("acs.db");
+        raw_connection_c(path_).exec("CREATE TABLE t(id INTEGER PRIMARY KEY)");
+    }
+    uint32_t add(dao_registry_c& registry, const std::string& path, bool load_extension = false) {
+        return registry.add_database("acs_db", path, {"foreign_keys=ON"}, nullptr, nullptr, nullptr,
+                                     load_extension);
+    }
+
+    temp_dir_c dir_;
+    std::string path_;
+};
+
+TEST_F(dao_registry_test, registration_misuse_names_the_mangled_type) {
+    dao_registry_c registry;
+    EXPECT_EQ(misuse([&] { registry.register_dao<transaction_dao_t>(0); }),
+              "trying to register dao against non-registered database with index 0");
+    EXPECT_EQ(add(registry, path_), 0u);
+    registry.register_dao<transaction_dao_t>(0);
+    EXPECT_EQ(
+        misuse([&] { registry.register_dao<transaction_dao_t>(0); }),
+        "dao type with type index '17transaction_dao_t' is already registered against database index 0");
+    EXPECT_EQ(misuse([&] { registry.register_dao<unregistered_dao_t>(1); }),
+              "trying to register dao against non-registered database with index 1");
+    EXPECT_EQ(misuse([&] { registry.get_database_index(typeid(unregistered_dao_t)); }),
+              "dao type N12_GLOBAL__N_118unregistered_dao_tE hasn't been registered");
+    EXPECT_EQ(registry.get_database_index(typeid(transaction_dao_t)), 0u);
+}
+
+TEST_F(dao_registry_test, databases_are_indexed_in_order_and_a_failed_open_adds_none) {
+    dao_registry_c registry;
+    EXPECT_THROW(add(registry, dir_.file("absent.db")), db_exception_t);
+    const std::string script = dir_.file("demo.sql");
+    write_file(script, "CREATE TABLE t(id INTEGER PRIMARY KEY);");
+    EXPECT_EQ(add(registry, path_, true), 0u); // without the library on disk the extension is skipped
+    EXPECT_EQ(add(registry, script), 1u);
+    registry.register_dao<transaction_dao_t>(1);
+    EXPECT_EQ(registry.get_database_index(typeid(transaction_dao_t)), 1u);
+}
+
+TEST_F(dao_registry_test, each_dao_is_new_and_shares_the_connection_which_the_registry_closes) {
+    auto registry = std::make_unique<dao_registry_c>();
+    add(*registry, path_);
+    registry->register_dao<transaction_dao_t>(0);
+    auto first = registry->get_dao<transaction_dao_t>();
+    auto second = registry->get_dao<transaction_dao_t>();
+    EXPECT_NE(first, second);
+    first->begin_transaction(0);
+    // Same connection: a second BEGIN inside the open transaction fails.
+    EXPECT_EQ(failure([&] { second->begin_transaction(0); }), "\"BEGIN IMMEDIATE\" failed|6");
+
+    registry.reset();
+    EXPECT_EQ(failure([&] { first->commit_transaction(0); }), "invalid state: db isnt open yet|0");
+    raw_connection_c(path_).exec("BEGIN IMMEDIATE; COMMIT"); // the lock went with the connection
+}
+
+TEST_F(dao_registry_test, transactions_default_to_50_retries) {
+    auto db = std::make_shared<dao_sqlite3_c>();
+    db->open(path_, false);
+    db->set_busy_timeout(0); // fail each attempt at once; the count is what matters
+    transaction_dao_sqlite3_t tx(db);
+    raw_connection_c other(path_);
+    other.exec("BEGIN IMMEDIATE");
+    {
+        statement_counter_t attempts(db->get_handle(), "BEGIN IMMEDIATE");
+        EXPECT_EQ(failure([&] { tx.begin_transaction(); }), "\"BEGIN IMMEDIATE\" failed|6");
+        EXPECT_EQ(attempts.count, 51);
+    }
+    statement_counter_t attempts(db->get_handle(), "COMMIT");
+    EXPECT_EQ(failure([&] { tx.commit_transaction(); }), "\"COMMIT\" failed|7"); // none open
+    EXPECT_EQ(attempts.count, 51);
+    tx.rollback_transaction(); // only logs
+}
+
+TEST_F(dao_registry_test, guard_rolls_back_unless_committed) {
+    auto db = std::make_shared<dao_sqlite3_c>();
+    db->open(path_, false);
+    transaction_dao_sqlite3_t tx(db);
+    for (bool commit : {false, true}) {
+        transaction_guard_c guard(tx, 0);
+        exec(db->get_handle(), commit ? "INSERT INTO t VALUES(2)" : "INSERT INTO t VALUES(1)");
+        if (commit) guard.commit(0);
+    }
+    EXPECT_EQ(rows(db->get_handle(), "SELECT id FROM t"), "2\n");
+}
+
+} // namespace
