@@ -7,10 +7,13 @@
 // the write lock and then leaves the connection with a short busy timeout; writers retry their
 // "BEGIN IMMEDIATE" instead (exec_with_retry).
 //
-// Threads: no lock of its own; SQLite serialises the use of one connection. Failures throw
+// Threads: SQLite serialises single calls on one connection, but a transaction is the
+// connection's, not a thread's: transaction_mutex() keeps the transactions of two threads
+// (event handling and supervision) from running into each other. Failures throw
 // db_exception_t; close(), set_busy_timeout() and rollback_transaction() only log.
 #include <cstdint>
 #include <filesystem>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -75,6 +78,10 @@ public:
     // "ROLLBACK" once; a failure (e.g. no transaction open) is logged, never thrown.
     void rollback_transaction();
 
+    // Held by a transaction object from its "BEGIN IMMEDIATE" until its commit or rollback.
+    // Recursive, so that a second begin on the same thread still reaches SQLite and fails there.
+    std::recursive_mutex& transaction_mutex() { return transaction_mutex_; }
+
 private:
     void configure();
 
@@ -84,4 +91,5 @@ private:
     db_rollback_hook_t rollback_hook_;
     db_commit_hook_t commit_hook_;
     std::vector<std::string> pragmas_;
+    std::recursive_mutex transaction_mutex_;
 };

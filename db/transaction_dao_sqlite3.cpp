@@ -8,13 +8,28 @@ dao_implementation<transaction_dao_t>::create(std::shared_ptr<dao_sqlite3_c> dat
 }
 
 void transaction_dao_sqlite3_t::begin_transaction(uint32_t retries) {
+    if (turn_.owns_lock()) { // already open here: SQLite refuses the nested begin
+        database_->exec_with_retry("BEGIN IMMEDIATE", retries, db_code_busy);
+        return;
+    }
+    std::unique_lock<std::recursive_mutex> turn(database_->transaction_mutex());
     database_->exec_with_retry("BEGIN IMMEDIATE", retries, db_code_busy);
+    turn_ = std::move(turn);
 }
 
+// A failed commit keeps the turn: the caller rolls back, which ends it.
 void transaction_dao_sqlite3_t::commit_transaction(uint32_t retries) {
     database_->exec_with_retry("COMMIT", retries, db_code_commit);
+    if (turn_.owns_lock()) turn_.unlock();
 }
 
 void transaction_dao_sqlite3_t::rollback_transaction() {
+    if (turn_.owns_lock()) {
+        database_->rollback_transaction();
+        turn_.unlock();
+        return;
+    }
+    // Not ours (e.g. after a failed begin): wait, so another thread's transaction is not undone.
+    std::lock_guard<std::recursive_mutex> turn(database_->transaction_mutex());
     database_->rollback_transaction();
 }

@@ -1,10 +1,13 @@
 #pragma once
 // transaction_dao_t over one dao_sqlite3_c; the transaction state lives in the connection, so a
 // "BEGIN IMMEDIATE" while one is open on the same connection fails (and is retried until it throws).
+// Threads sharing the connection take turns: a begin waits for another thread's transaction on
+// the connection to end, so neither commits nor rolls back the other's writes.
 #include "db/dao_sqlite3.h"
 #include "db/transaction_dao.h"
 
 #include <memory>
+#include <mutex>
 
 class transaction_dao_sqlite3_t : public transaction_dao_t {
 public:
@@ -19,4 +22,5 @@ public:
 
 private:
     std::shared_ptr<dao_sqlite3_c> database_;
+    std::unique_lock<std::recursive_mutex> turn_; // held from a successful begin to commit/rollback
 };

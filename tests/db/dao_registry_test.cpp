@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 namespace {
 
 class unregistered_dao_t : public dao_t {};
@@ -107,6 +109,29 @@ TEST_F(dao_registry_test, guard_rolls_back_unless_committed) {
         if (commit) guard.commit(0);
     }
     EXPECT_EQ(rows(db->get_handle(), "SELECT id FROM t"), "2\n");
+}
+
+// Event handling and supervision share one connection from two threads: each transaction must
+// commit or roll back only its own writes, and neither may meet the other's open transaction.
+TEST_F(dao_registry_test, threads_sharing_a_connection_take_turns_with_their_transactions) {
+    auto db = std::make_shared<dao_sqlite3_c>();
+    db->open(path_, false);
+    auto writer = [&](int first, bool roll_back) {
+        transaction_dao_sqlite3_t tx(db);
+        for (int id = first; id < first + 200; ++id) {
+            tx.begin_transaction(0);
+            exec(db->get_handle(), "INSERT INTO t VALUES(" + std::to_string(id) + ")");
+            if (roll_back)
+                tx.rollback_transaction();
+            else
+                tx.commit_transaction(0);
+        }
+    };
+    std::thread committing(writer, 1000, false);
+    std::thread rolling_back(writer, 5000, true);
+    committing.join();
+    rolling_back.join();
+    EXPECT_EQ(rows(db->get_handle(), "SELECT count(*), min(id), max(id) FROM t"), "200|1000|1199\n");
 }
 
 } // namespace
