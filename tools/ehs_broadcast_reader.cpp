@@ -1,5 +1,7 @@
 // Reads the database change broadcasts off the System V queue and prints one line per message,
-// "<table>\t<sql>", flushed at once so that a pipe sees each change as it comes.
+// "<table>\t<sql>", flushed at once so that a pipe sees each change as it comes. Line breaks,
+// tabs and backslashes inside the SQL are printed as \n, \t and \\, so every change stays one
+// line (the event-log insert is written over several lines).
 //
 // The service's commit hook sends with a blocking msgsnd: once the queue is full (about 15
 // messages with the default limits) every further commit of the service stops until someone
@@ -31,6 +33,28 @@ struct options_t {
     double idle_seconds = 0; // 0: wait for ever
     bool quiet = false;
 };
+
+// The text up to its NUL or `size`, with the characters that would break the line escaped.
+void print_escaped(const char* text, size_t size) {
+    for (size_t i = 0; i < size && text[i] != '\0'; ++i) {
+        switch (text[i]) {
+        case '\n':
+            fputs("\\n", stdout);
+            break;
+        case '\t':
+            fputs("\\t", stdout);
+            break;
+        case '\r':
+            fputs("\\r", stdout);
+            break;
+        case '\\':
+            fputs("\\\\", stdout);
+            break;
+        default:
+            putchar(text[i]);
+        }
+    }
+}
 
 int usage() {
     fprintf(stderr, "usage: ehs_broadcast_reader [-n COUNT] [-t SECONDS] [-q]\n");
@@ -104,8 +128,10 @@ int main(int argc, char** argv) {
         ++received;
         if (options.quiet) continue;
         // Bounded: a foreign sender need not terminate its texts.
-        printf("%.*s\t%.*s\n", static_cast<int>(strnlen(message.table, sizeof message.table)), message.table,
-               static_cast<int>(strnlen(message.sql, sizeof message.sql)), message.sql);
+        print_escaped(message.table, sizeof message.table);
+        putchar('\t');
+        print_escaped(message.sql, sizeof message.sql);
+        putchar('\n');
         fflush(stdout);
     }
     if (options.quiet) printf("%ld\n", received);

@@ -254,4 +254,15 @@ TEST_F(cas_broadcast_hook_test, reader_tool_prints_one_line_per_message) {
     }
 }
 
+// The event-log insert is written over several lines; each change must still be one line.
+TEST_F(cas_broadcast_hook_test, reader_tool_escapes_line_breaks_tabs_and_backslashes) {
+    exec("BEGIN");
+    exec("UPDATE doors\n  SET name='a\tb\\c'\n WHERE id=1");
+    exec("COMMIT");
+    const std::string out = dir_.file("out");
+    process_c reader({EHS_BINARY_DIR "/ehs_broadcast_reader", "-n", "1"}, {}, out);
+    EXPECT_NE(reader.wait_for_exit(10s), -1);
+    EXPECT_EQ(read_file(out), "doors\tUPDATE doors\\n  SET name='a\\tb\\\\c'\\n WHERE id=1\n");
+}
+
 } // namespace

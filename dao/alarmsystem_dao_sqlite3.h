@@ -1,0 +1,18 @@
+#pragma once
+// alarmsystem_dao_c over the shared connection; every operation prepares its statement.
+#include "dao/alarmsystem_dao.h"
+#include "db/dao_sqlite3.h"
+
+#include <memory>
+
+class alarmsystem_dao_sqlite3_c : public alarmsystem_dao_c {
+public:
+    explicit alarmsystem_dao_sqlite3_c(std::shared_ptr<dao_sqlite3_c> database)
+        : database_(std::move(database)) {}
+
+    bool get_alarmsystem(uint64_t id, alarmsystem_t& out) override;
+    void get_alarmsystems(std::vector<alarmsystem_t>& out) override;
+
+private:
+    std::shared_ptr<dao_sqlite3_c> database_;
+};
