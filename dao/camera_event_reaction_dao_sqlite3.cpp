@@ -9,14 +9,6 @@ dao_implementation<camera_event_reaction_dao_t>::create(std::shared_ptr<dao_sqli
 
 namespace {
 
-// The connection's rowid of the last insert: the new reaction's id.
-uint64_t inserted_id(dao_sqlite3_c& database) {
-    auto stmt = prepare(database, "SELECT last_insert_rowid()");
-    uint64_t id = 0;
-    if (stmt.execute() == db_row) stmt.fetch_part_row<uint64_t>(0, [&](uint64_t v) { id = v; });
-    return id;
-}
-
 // Both reads select the camera's columns and the reaction type; only their WHERE differs.
 const std::string select_camera_reactions =
     "SELECT camera.id, camera.is_disabled, camera.name, camera.user_name, camera.password, "
@@ -87,7 +79,7 @@ uint64_t camera_event_reaction_dao_sqlite3_t::insert_camera_event_reaction(uint6
     stmt.reset();
     stmt.bind(1, event_id, camera_id, recording);
     stmt.execute();
-    return inserted_id(*database_);
+    return database_->last_insert_rowid();
 }
 
 void camera_event_reaction_dao_sqlite3_t::update_camera_event_reaction(uint64_t id, uint64_t camera_id,

@@ -9,18 +9,6 @@ dao_implementation<email_event_reaction_dao_t>::create(std::shared_ptr<dao_sqlit
     return std::make_shared<email_event_reaction_dao_sqlite3_t>(std::move(database));
 }
 
-namespace {
-
-// The connection's rowid of the last insert: the new reaction's id.
-uint64_t inserted_id(dao_sqlite3_c& database) {
-    auto stmt = prepare(database, "SELECT last_insert_rowid()");
-    uint64_t id = 0;
-    if (stmt.execute() == db_row) stmt.fetch_part_row<uint64_t>(0, [&](uint64_t v) { id = v; });
-    return id;
-}
-
-} // namespace
-
 bool email_event_reaction_dao_sqlite3_t::get_email_event_reaction(uint64_t id, email_event_reaction_t& out) {
     auto stmt =
         prepare(*database_, "select contact.id,contact.name, contact.email, contact.phone "
@@ -71,7 +59,7 @@ email_event_reaction_dao_sqlite3_t::insert_email_event_reaction(uint64_t event_i
     stmt.reset();
     stmt.bind(1, event_id);
     stmt.execute();
-    const uint64_t id = inserted_id(*database_);
+    const uint64_t id = database_->last_insert_rowid();
     insert_contacts(reaction, id);
     return id;
 }

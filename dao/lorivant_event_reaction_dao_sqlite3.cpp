@@ -15,14 +15,6 @@ namespace {
 using office_mode_t = lorivant_event_reaction_t::office_mode_t;
 using panic_mode_t = lorivant_event_reaction_t::panic_mode_t;
 
-// The connection's rowid of the last insert: the new reaction's id.
-uint64_t inserted_id(dao_sqlite3_c& database) {
-    auto stmt = prepare(database, "SELECT last_insert_rowid()");
-    uint64_t id = 0;
-    if (stmt.execute() == db_row) stmt.fetch_part_row<uint64_t>(0, [&](uint64_t v) { id = v; });
-    return id;
-}
-
 // Signed values travel through the 64-bit binding and reading with their bit pattern intact,
 // so -1 ("no limit", "no panic mode") is stored and read back as -1.
 uint64_t to_column(int64_t value) {
@@ -103,7 +95,7 @@ uint64_t lorivant_event_reaction_dao_sqlite3_t::insert_lorivant_event_reaction(
         stmt.bind(1, event_id, reaction.lorivant_id, reaction.access_group_id, to_column(panic.panic_mode));
         stmt.execute();
     }
-    return inserted_id(*database_);
+    return database_->last_insert_rowid();
 }
 
 void lorivant_event_reaction_dao_sqlite3_t::update_lorivant_event_reaction(

@@ -22,14 +22,6 @@ const std::string& output_action_name(uint64_t action) {
 
 namespace {
 
-// The connection's rowid of the last insert: the new reaction's id.
-uint64_t inserted_id(dao_sqlite3_c& database) {
-    auto stmt = prepare(database, "SELECT last_insert_rowid()");
-    uint64_t id = 0;
-    if (stmt.execute() == db_row) stmt.fetch_part_row<uint64_t>(0, [&](uint64_t v) { id = v; });
-    return id;
-}
-
 // The columns after the reaction's id, the same in both reads.
 void fetch_output_reaction(sqlite3_statement_t& stmt, int column, output_event_reaction_t& out) {
     stmt.fetch_part_row<uint64_t, uint64_t, uint64_t, std::string, uint64_t, uint64_t, uint64_t>(
@@ -95,7 +87,7 @@ output_event_reaction_dao_sqlite3_t::insert_output_event_reaction(uint64_t event
     stmt.reset();
     stmt.bind(1, event_id, reaction.connector_id, reaction.action, reaction.delay, reaction.duration);
     stmt.execute();
-    return inserted_id(*database_);
+    return database_->last_insert_rowid();
 }
 
 void output_event_reaction_dao_sqlite3_t::update_output_event_reaction(

@@ -168,3 +168,7 @@ void dao_sqlite3_c::configure() {
     set_busy_timeout(50);
     exec_with_retry("COMMIT", 50, db_code_commit);
 }
+
+uint64_t dao_sqlite3_c::last_insert_rowid() const {
+    return static_cast<uint64_t>(sqlite3_last_insert_rowid(get_handle()));
+}

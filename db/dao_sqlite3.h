@@ -78,6 +78,10 @@ public:
     // "ROLLBACK" once; a failure (e.g. no transaction open) is logged, never thrown.
     void rollback_transaction();
 
+    // Rowid of the connection's most recent successful INSERT: the id of a row just created.
+    // The connection's, not the thread's: meaningful only to the thread that inserted.
+    uint64_t last_insert_rowid() const;
+
     // Held by a transaction object from its "BEGIN IMMEDIATE" until its commit or rollback.
     // Recursive, so that a second begin on the same thread still reaches SQLite and fails there.
     std::recursive_mutex& transaction_mutex() { return transaction_mutex_; }
