@@ -172,3 +172,7 @@ void dao_sqlite3_c::configure() {
 uint64_t dao_sqlite3_c::last_insert_rowid() const {
     return static_cast<uint64_t>(sqlite3_last_insert_rowid(get_handle()));
 }
+
+bool dao_sqlite3_c::in_transaction() const {
+    return db_ != nullptr && sqlite3_get_autocommit(db_) == 0;
+}

@@ -78,6 +78,9 @@ public:
     // "ROLLBACK" once; a failure (e.g. no transaction open) is logged, never thrown.
     void rollback_transaction();
 
+    // True while a transaction is open on the connection (false when closed).
+    bool in_transaction() const;
+
     // Rowid of the connection's most recent successful INSERT: the id of a row just created.
     // The connection's, not the thread's: meaningful only to the thread that inserted.
     uint64_t last_insert_rowid() const;

@@ -29,7 +29,8 @@ void transaction_dao_sqlite3_t::rollback_transaction() {
         turn_.unlock();
         return;
     }
-    // Not ours (e.g. after a failed begin): wait, so another thread's transaction is not undone.
+    // Not ours: wait, so another thread's transaction is never undone. After a failed begin
+    // nothing is open and there is nothing to roll back (and nothing worth an error line).
     std::lock_guard<std::recursive_mutex> turn(database_->transaction_mutex());
-    database_->rollback_transaction();
+    if (database_->in_transaction()) database_->rollback_transaction();
 }

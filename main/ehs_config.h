@@ -5,7 +5,6 @@
 struct ehs_config_t {
     std::string work_dir; // EHS_WORK_DIR, default "."
     std::string db_file;  // ACS_DB_FILE, default "/data/acs.db"
-    std::string log_file; // EHS_LOG_FILE, default "/var/log/ehs.log"
 
     // Plain concatenation, no separator: the defaults give ./data/acs.db, relative to the
     // current directory, and a deployment that wants an absolute path says so in the variables.

@@ -1,0 +1,85 @@
+#include "eventhandling/ehs_input_handler.h"
+
+#include "messages/msg_event_io_input.h"
+#include "utils/ac_log.h"
+
+#include <ctime>
+
+namespace {
+
+constexpr uint64_t group_system = 4;
+constexpr uint64_t input_changed_message = 22;
+constexpr uint64_t input_event_source = 12;
+constexpr uint32_t begin_retries = 500;
+constexpr uint32_t commit_retries = 50;
+
+} // namespace
+
+ehs_input_handler_c::ehs_input_handler_c(std::shared_ptr<ac_mqtt_client_c> client, dao_registry_c& registry)
+    : ehs_event_handler_c(std::move(client), registry) {
+    client_->register_topic("events/external_io/input",
+                            [this](const mosquitto_message* m) { handle_input(m); });
+}
+
+void ehs_input_handler_c::handle_input(const mosquitto_message* incoming) {
+    auto message = std::make_shared<msg_event_io_input_c>();
+    if (!deserialize(incoming, *message)) return;
+    write_event_log_with_transaction(input_changed_message, group_system, 0, 0);
+
+    std::vector<ehs_event_record_t> records;
+    find_event_reactions(input_event_source, records);
+    ehs_event_origin_t origin;
+    origin.connector = message->connector;
+    origin.signal = message->signal;
+    for (const auto& record : records) {
+        if (!record.source || record.source->type != "externalInput" || !ehs_source_matches(record, origin))
+            continue;
+        if (record.lorivant) make_lorivant_reaction(*record.lorivant);
+        publish_reactions(record, message, origin);
+    }
+}
+
+void ehs_input_handler_c::make_lorivant_reaction(const lorivant_event_reaction_t& reaction) {
+    try {
+        transactions_->begin_transaction(begin_retries);
+        if (auto office = std::dynamic_pointer_cast<lorivant_event_reaction_t::office_mode_t>(reaction.mode))
+            switch_office_mode(reaction, *office);
+        else if (reaction.mode)
+            switch_panic_mode(reaction);
+        transactions_->commit_transaction(commit_retries);
+    } catch (const db_exception_t& e) {
+        transactions_->rollback_transaction();
+        ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "make_lorivant_reaction",
+               "failed to update panic or office mode: %s", e.what());
+    }
+}
+
+void ehs_input_handler_c::switch_office_mode(const lorivant_event_reaction_t& reaction,
+                                             const lorivant_event_reaction_t::office_mode_t& office) {
+    auto now = static_cast<uint64_t>(time(nullptr));
+    std::vector<lorivant_t> lorivants;
+    lorivants_->get_lorivants(lorivants);
+    // The count-down of passages matches the association by hardware id.
+    uint64_t hardware_id = hardware_id_of(reaction.lorivant_id, lorivants);
+    lorivant_reactions_->start_office_mode(reaction.id, reaction.lorivant_id, hardware_id,
+                                           reaction.access_group_id, now, office.duration, office.counts);
+    for (const auto& lorivant : lorivants)
+        if (reaction.lorivant_id == 0 || lorivant.id == reaction.lorivant_id)
+            lorivants_->set_office_mode(lorivant.id, true, reaction.id, now, office.duration, office.counts);
+}
+
+void ehs_input_handler_c::switch_panic_mode(const lorivant_event_reaction_t& reaction) {
+    // The association is keyed by the reaction: a second activation would be a duplicate.
+    if (lorivant_reactions_->is_panic_mode_active(reaction.id)) return;
+    std::vector<lorivant_t> lorivants;
+    lorivants_->get_lorivants(lorivants);
+    lorivant_reactions_->start_panic_mode(reaction.id, reaction.lorivant_id,
+                                          hardware_id_of(reaction.lorivant_id, lorivants),
+                                          reaction.access_group_id);
+}
+
+uint64_t ehs_input_handler_c::hardware_id_of(uint64_t lorivant_id, std::vector<lorivant_t>& lorivants) {
+    for (const auto& lorivant : lorivants)
+        if (lorivant.id == lorivant_id) return lorivant.hardware_id;
+    return 0;
+}

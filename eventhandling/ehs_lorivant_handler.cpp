@@ -1,0 +1,46 @@
+#include "eventhandling/ehs_lorivant_handler.h"
+
+#include "messages/msg_event_hwid_tagid.h"
+
+#include <mosquitto.h>
+
+#include <cstring>
+
+namespace {
+
+struct access_topic_t {
+    const char* topic;
+    uint64_t event_source_id;
+};
+
+const access_topic_t access_topics[] = {
+    {"events/end_device/access_granted", 1},
+    {"events/end_device/access_denied", 2},
+    {"events/end_device/tag_unknown", 5},
+};
+
+} // namespace
+
+ehs_lorivant_handler_c::ehs_lorivant_handler_c(std::shared_ptr<ac_mqtt_client_c> client,
+                                               dao_registry_c& registry)
+    : ehs_event_handler_c(std::move(client), registry) {
+    for (const auto& access : access_topics)
+        client_->register_topic(access.topic, [this](const mosquitto_message* m) { handle_access(m); });
+}
+
+void ehs_lorivant_handler_c::handle_access(const mosquitto_message* incoming) {
+    auto message = std::make_shared<msg_event_hwid_tagid_c>();
+    if (!deserialize(incoming, *message)) return;
+    std::vector<ehs_event_record_t> records;
+    for (const auto& access : access_topics) {
+        if (strcmp(incoming->topic, access.topic) != 0) continue;
+        find_event_reactions(access.event_source_id, records);
+        break;
+    }
+    if (records.empty()) return;
+
+    ehs_event_origin_t origin;
+    origin.lorivant_id = lorivant_id_of(message->hardware_id);
+    for (const auto& record : records)
+        if (record.source && record.source->type == "lorivant") publish_reactions(record, message, origin);
+}

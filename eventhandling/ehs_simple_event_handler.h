@@ -1,0 +1,22 @@
+#pragma once
+// Events that need no device logic: radio devices and repeaters (reactions only), the
+// controller itself (reactions, then its event-log row), hotkeys of the REST interface
+// (reactions of the hotkey's events) and cameras (event-log row only). Topics are registered
+// in the constructor; callbacks run on the MQTT network thread and never throw.
+#include "eventhandling/ehs_event_handler.h"
+
+class ehs_simple_event_handler_c : public ehs_event_handler_c {
+public:
+    explicit ehs_simple_event_handler_c(std::shared_ptr<ac_mqtt_client_c> client,
+                                        dao_registry_c& registry = dao_registry_c::instance());
+
+private:
+    enum device_e { DOOR_COMPONENT, REPEATER };
+    void handle_device_event(const mosquitto_message* incoming, uint64_t event_source_id, device_e device);
+    void handle_controller_event(const mosquitto_message* incoming, uint64_t event_source_id,
+                                 uint64_t message_id);
+    void handle_hotkey_event(const mosquitto_message* incoming);
+    void handle_camera_event(const mosquitto_message* incoming, uint64_t message_id);
+    void react(uint64_t event_source_id, const std::shared_ptr<msg_event_base_c>& message,
+               const ehs_event_origin_t& origin);
+};

@@ -1,0 +1,13 @@
+#pragma once
+// Topics whose only effect is one event-log row with a fixed message id, whatever the payload
+// (the alarm system's error reports and NTP time corrections). Publishes nothing.
+#include "eventhandling/ehs_event_handler.h"
+
+class ehs_simple_event_log_handler_c : public ehs_event_handler_c {
+public:
+    explicit ehs_simple_event_log_handler_c(std::shared_ptr<ac_mqtt_client_c> client,
+                                            dao_registry_c& registry = dao_registry_c::instance());
+
+private:
+    void write_event_log_for_topic(const char* topic, uint64_t event_log_group_id, uint64_t message_id);
+};
