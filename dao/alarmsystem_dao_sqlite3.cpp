@@ -25,7 +25,7 @@ alarmsystem_t fetch_alarmsystem(sqlite3_statement_t& stmt) {
 } // namespace
 
 bool alarmsystem_dao_sqlite3_c::get_alarmsystem(uint64_t id, alarmsystem_t& out) {
-    auto stmt = prepare(*database_, select_alarmsystems + "WHERE id=?");
+    auto stmt = statements_.prepare(*database_, select_alarmsystems + "WHERE id=?");
     stmt.reset();
     stmt.bind(1, id);
     if (stmt.execute() != db_row) return false;
@@ -34,7 +34,7 @@ bool alarmsystem_dao_sqlite3_c::get_alarmsystem(uint64_t id, alarmsystem_t& out)
 }
 
 void alarmsystem_dao_sqlite3_c::get_alarmsystems(std::vector<alarmsystem_t>& out) {
-    auto stmt = prepare(*database_, select_alarmsystems + "ORDER BY id");
+    auto stmt = statements_.prepare(*database_, select_alarmsystems + "ORDER BY id");
     stmt.reset();
     while (stmt.execute() == db_row)
         out.push_back(fetch_alarmsystem(stmt));

@@ -50,8 +50,8 @@ void fetch_camera_reaction(sqlite3_statement_t& stmt, camera_event_reaction_t& o
 
 bool camera_event_reaction_dao_sqlite3_t::get_camera_event_reaction(uint64_t id,
                                                                     camera_event_reaction_t& out) {
-    auto stmt = prepare(*database_,
-                        select_camera_reactions + "WHERE camera_event_reaction.id=? AND camera.is_trashed=0");
+    auto stmt = statements_.prepare(
+        *database_, select_camera_reactions + "WHERE camera_event_reaction.id=? AND camera.is_trashed=0");
     stmt.reset();
     stmt.bind(1, id);
     if (stmt.execute() != db_row) return false;
@@ -62,7 +62,7 @@ bool camera_event_reaction_dao_sqlite3_t::get_camera_event_reaction(uint64_t id,
 
 void camera_event_reaction_dao_sqlite3_t::get_camera_event_reactions(
     std::vector<camera_event_reaction_t>& out) {
-    auto stmt = prepare(*database_, select_camera_reactions + "WHERE camera.is_trashed=0");
+    auto stmt = statements_.prepare(*database_, select_camera_reactions + "WHERE camera.is_trashed=0");
     stmt.reset();
     while (stmt.execute() == db_row) {
         camera_event_reaction_t reaction;
@@ -74,8 +74,8 @@ void camera_event_reaction_dao_sqlite3_t::get_camera_event_reactions(
 uint64_t camera_event_reaction_dao_sqlite3_t::insert_camera_event_reaction(uint64_t event_id,
                                                                            uint64_t camera_id,
                                                                            const std::string& recording) {
-    auto stmt = prepare(*database_,
-                        "insert into camera_event_reaction(event_id, camera_id, recording) values (?,?,?)");
+    auto stmt = statements_.prepare(
+        *database_, "insert into camera_event_reaction(event_id, camera_id, recording) values (?,?,?)");
     stmt.reset();
     stmt.bind(1, event_id, camera_id, recording);
     stmt.execute();
@@ -84,14 +84,15 @@ uint64_t camera_event_reaction_dao_sqlite3_t::insert_camera_event_reaction(uint6
 
 void camera_event_reaction_dao_sqlite3_t::update_camera_event_reaction(uint64_t id, uint64_t camera_id,
                                                                        const std::string& recording) {
-    auto stmt = prepare(*database_, "update camera_event_reaction set camera_id=?, recording=? where id=?");
+    auto stmt = statements_.prepare(*database_,
+                                    "update camera_event_reaction set camera_id=?, recording=? where id=?");
     stmt.reset();
     stmt.bind(1, camera_id, recording, id);
     stmt.execute();
 }
 
 void camera_event_reaction_dao_sqlite3_t::delete_camera_event_reaction(uint64_t id) {
-    auto stmt = prepare(*database_, "delete from camera_event_reaction where id=?");
+    auto stmt = statements_.prepare(*database_, "delete from camera_event_reaction where id=?");
     stmt.reset();
     stmt.bind(1, id);
     stmt.execute();

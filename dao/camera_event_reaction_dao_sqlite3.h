@@ -1,7 +1,9 @@
 #pragma once
-// camera_event_reaction_dao_t over the shared connection; every operation prepares its statement.
+// camera_event_reaction_dao_t over the shared connection. Each object keeps its prepared statements
+// for the life of the connection (sqlite3_statement_cache_c), so it belongs to one thread at a time.
 #include "dao/camera_event_reaction_dao.h"
 #include "db/dao_sqlite3.h"
+#include "db/sqlite3_statement.h"
 
 #include <memory>
 
@@ -19,4 +21,5 @@ public:
 
 private:
     std::shared_ptr<dao_sqlite3_c> database_;
+    sqlite3_statement_cache_c statements_;
 };

@@ -29,7 +29,8 @@ connector_t fetch_connector(sqlite3_statement_t& stmt) {
 } // namespace
 
 bool connector_dao_sqlite3_c::get_connector(uint64_t id, connector_t& out) {
-    auto stmt = prepare(*database_, select_connectors + "WHERE connector.id = ? GROUP BY connector.id");
+    auto stmt =
+        statements_.prepare(*database_, select_connectors + "WHERE connector.id = ? GROUP BY connector.id");
     stmt.reset();
     stmt.bind(1, id);
     if (stmt.execute() != db_row) return false;
@@ -38,7 +39,8 @@ bool connector_dao_sqlite3_c::get_connector(uint64_t id, connector_t& out) {
 }
 
 void connector_dao_sqlite3_c::get_connectors(std::vector<connector_t>& out) {
-    auto stmt = prepare(*database_, select_connectors + "GROUP BY connector.id ORDER BY connector.id");
+    auto stmt =
+        statements_.prepare(*database_, select_connectors + "GROUP BY connector.id ORDER BY connector.id");
     stmt.reset();
     while (stmt.execute() == db_row)
         out.push_back(fetch_connector(stmt));

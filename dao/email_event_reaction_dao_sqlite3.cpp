@@ -10,12 +10,12 @@ dao_implementation<email_event_reaction_dao_t>::create(std::shared_ptr<dao_sqlit
 }
 
 bool email_event_reaction_dao_sqlite3_t::get_email_event_reaction(uint64_t id, email_event_reaction_t& out) {
-    auto stmt =
-        prepare(*database_, "select contact.id,contact.name, contact.email, contact.phone "
-                            "from email_event_reaction inner join email_event_reaction_assoc "
-                            "on email_event_reaction.id=email_event_reaction_assoc.email_ev_reaction_id "
-                            "inner join contact on contact.id=email_event_reaction_assoc.contact_id "
-                            "where email_event_reaction.id=?");
+    auto stmt = statements_.prepare(
+        *database_, "select contact.id,contact.name, contact.email, contact.phone "
+                    "from email_event_reaction inner join email_event_reaction_assoc "
+                    "on email_event_reaction.id=email_event_reaction_assoc.email_ev_reaction_id "
+                    "inner join contact on contact.id=email_event_reaction_assoc.contact_id "
+                    "where email_event_reaction.id=?");
     stmt.reset();
     stmt.bind(1, id);
     std::vector<contact_t> contacts;
@@ -31,11 +31,11 @@ bool email_event_reaction_dao_sqlite3_t::get_email_event_reaction(uint64_t id, e
 }
 
 void email_event_reaction_dao_sqlite3_t::get_email_event_reactions(std::vector<email_event_reaction_t>& out) {
-    auto stmt =
-        prepare(*database_, "select email_event_reaction.id,contact.id,contact.name, contact.email, "
-                            "contact.phone from email_event_reaction inner join email_event_reaction_assoc "
-                            "on email_event_reaction.id=email_event_reaction_assoc.email_ev_reaction_id "
-                            "inner join contact on contact.id=email_event_reaction_assoc.contact_id");
+    auto stmt = statements_.prepare(
+        *database_, "select email_event_reaction.id,contact.id,contact.name, contact.email, "
+                    "contact.phone from email_event_reaction inner join email_event_reaction_assoc "
+                    "on email_event_reaction.id=email_event_reaction_assoc.email_ev_reaction_id "
+                    "inner join contact on contact.id=email_event_reaction_assoc.contact_id");
     stmt.reset();
     const size_t first = out.size();
     while (stmt.execute() == db_row)
@@ -55,7 +55,7 @@ void email_event_reaction_dao_sqlite3_t::get_email_event_reactions(std::vector<e
 uint64_t
 email_event_reaction_dao_sqlite3_t::insert_email_event_reaction(uint64_t event_id,
                                                                 const email_event_reaction_t& reaction) {
-    auto stmt = prepare(*database_, "insert into email_event_reaction(event_id) values (?)");
+    auto stmt = statements_.prepare(*database_, "insert into email_event_reaction(event_id) values (?)");
     stmt.reset();
     stmt.bind(1, event_id);
     stmt.execute();
@@ -73,14 +73,15 @@ void email_event_reaction_dao_sqlite3_t::delete_email_event_reaction(uint64_t id
     // Contacts first: not every installation's tables cascade, and a reaction id may be reused
     // by the next insert, which must not inherit these contacts.
     delete_contacts(id);
-    auto stmt = prepare(*database_, "delete from email_event_reaction where id=?");
+    auto stmt = statements_.prepare(*database_, "delete from email_event_reaction where id=?");
     stmt.reset();
     stmt.bind(1, id);
     stmt.execute();
 }
 
 void email_event_reaction_dao_sqlite3_t::delete_contacts(uint64_t reaction_id) {
-    auto stmt = prepare(*database_, "delete from email_event_reaction_assoc where email_ev_reaction_id=?");
+    auto stmt = statements_.prepare(*database_,
+                                    "delete from email_event_reaction_assoc where email_ev_reaction_id=?");
     stmt.reset();
     stmt.bind(1, reaction_id);
     stmt.execute();
@@ -89,9 +90,9 @@ void email_event_reaction_dao_sqlite3_t::delete_contacts(uint64_t reaction_id) {
 void email_event_reaction_dao_sqlite3_t::insert_contacts(const email_event_reaction_t& reaction,
                                                          uint64_t reaction_id) {
     for (const contact_t& contact : reaction.contacts) {
-        auto stmt =
-            prepare(*database_,
-                    "insert into email_event_reaction_assoc(email_ev_reaction_id, contact_id) values (?,?)");
+        auto stmt = statements_.prepare(
+            *database_,
+            "insert into email_event_reaction_assoc(email_ev_reaction_id, contact_id) values (?,?)");
         stmt.reset();
         stmt.bind(1, reaction_id, contact.id);
         stmt.execute();

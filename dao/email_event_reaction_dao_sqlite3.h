@@ -1,7 +1,9 @@
 #pragma once
-// email_event_reaction_dao_t over the shared connection; every operation prepares its statement.
+// email_event_reaction_dao_t over the shared connection. Each object keeps its prepared statements
+// for the life of the connection (sqlite3_statement_cache_c), so it belongs to one thread at a time.
 #include "dao/email_event_reaction_dao.h"
 #include "db/dao_sqlite3.h"
+#include "db/sqlite3_statement.h"
 
 #include <memory>
 
@@ -21,4 +23,5 @@ private:
     void insert_contacts(const email_event_reaction_t& reaction, uint64_t reaction_id);
 
     std::shared_ptr<dao_sqlite3_c> database_;
+    sqlite3_statement_cache_c statements_;
 };

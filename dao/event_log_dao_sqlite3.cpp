@@ -26,11 +26,11 @@ void event_log_dao_sqlite3_t::insert_event_log(uint64_t datetime, uint64_t messa
     // The identifier is the row id this row is about to get, so that local identifiers and row
     // ids stay equal; the caller's immediate transaction keeps other writers out in between.
     uint64_t identifier = 1;
-    auto sequence = prepare(*database_, "SELECT seq from sqlite_sequence where name='event_log'");
+    auto sequence = statements_.prepare(*database_, "SELECT seq from sqlite_sequence where name='event_log'");
     if (sequence.execute() != db_row) throw empty_query();
     sequence.fetch_part_row<uint64_t>(0, [&](uint64_t seq) { identifier = seq + 1; });
 
-    auto stmt = prepare(*database_, R"(
+    auto stmt = statements_.prepare(*database_, R"(
         INSERT INTO event_log(datetime,message_id,event_log_group_id,lorivant_id,camera_id,repeater_id,user_id,slave_id,identifier)
         VALUES (?,?,?,?,?,?,?,?,?)
     )");
@@ -45,7 +45,8 @@ uint64_t event_log_dao_sqlite3_t::get_max_identifier_of_slave(uint64_t slave_id)
 }
 
 void event_log_dao_sqlite3_t::get_latest_event_log_by_slave(std::vector<slave_latest_identifier_t>& latest) {
-    auto stmt = prepare(*database_, "SELECT max(identifier),slave_id FROM event_log group by slave_id");
+    auto stmt =
+        statements_.prepare(*database_, "SELECT max(identifier),slave_id FROM event_log group by slave_id");
     stmt.reset();
     while (stmt.execute() == db_row)
         stmt.fetch_part_row<uint64_t, uint64_t>(0, [&](uint64_t max_identifier, uint64_t slave_id) {
@@ -58,9 +59,9 @@ uint64_t event_log_dao_sqlite3_t::get_row_count_since_identifier(uint64_t identi
 }
 
 void event_log_dao_sqlite3_t::get_row_count_identifier_difference(std::vector<slave_identifier_gap_t>& gaps) {
-    auto stmt =
-        prepare(*database_, "select max(identifier)-min(identifier)-count(*)+1,max(identifier),"
-                            "min(identifier),slave_id from event_log where slave_id>0 group by slave_id");
+    auto stmt = statements_.prepare(
+        *database_, "select max(identifier)-min(identifier)-count(*)+1,max(identifier),"
+                    "min(identifier),slave_id from event_log where slave_id>0 group by slave_id");
     stmt.reset();
     while (stmt.execute() == db_row)
         stmt.fetch_part_row<uint64_t, uint64_t, uint64_t, uint64_t>(
@@ -74,11 +75,11 @@ void event_log_dao_sqlite3_t::get_missing_logs_by_slave(uint64_t slave_id, uint6
                                                         uint64_t before, std::vector<uint64_t>& missing) {
     // A gap start is a present identifier whose successor is absent.
     std::vector<uint64_t> gap_starts;
-    auto starts =
-        prepare(*database_, "select identifier from event_log el1 where not exists(select identifier "
-                            "from event_log el2 where el2.identifier=el1.identifier+1 and "
-                            "el2.slave_id=el1.slave_id) and slave_id=? and identifier>? and "
-                            "identifier<?");
+    auto starts = statements_.prepare(
+        *database_, "select identifier from event_log el1 where not exists(select identifier "
+                    "from event_log el2 where el2.identifier=el1.identifier+1 and "
+                    "el2.slave_id=el1.slave_id) and slave_id=? and identifier>? and "
+                    "identifier<?");
     starts.reset();
     starts.bind(1, slave_id, after, before);
     while (starts.execute() == db_row)
@@ -87,8 +88,8 @@ void event_log_dao_sqlite3_t::get_missing_logs_by_slave(uint64_t slave_id, uint6
     uint64_t remaining = max_count;
     for (uint64_t gap_start : gap_starts) {
         if (remaining == 0) break;
-        auto next =
-            prepare(*database_, "select identifier from event_log where slave_id=? and identifier>? limit 1");
+        auto next = statements_.prepare(
+            *database_, "select identifier from event_log where slave_id=? and identifier>? limit 1");
         next.reset();
         next.bind(1, slave_id, gap_start);
         if (next.execute() != db_row) throw empty_query();
@@ -109,7 +110,7 @@ uint64_t event_log_dao_sqlite3_t::get_datetime_of_most_recent_event_log_of_repea
 }
 
 void event_log_dao_sqlite3_t::delete_all_event_logs() {
-    auto stmt = prepare(*database_, "DELETE FROM event_log");
+    auto stmt = statements_.prepare(*database_, "DELETE FROM event_log");
     stmt.reset();
     stmt.execute();
 }
@@ -133,7 +134,7 @@ void event_log_dao_sqlite3_t::set_event_log_sequence(uint64_t value) {
 }
 
 void event_log_dao_sqlite3_t::get_event_log_groups(std::vector<event_log_group_t>& groups) {
-    auto stmt = prepare(*database_, "SELECT id,name FROM event_log_group");
+    auto stmt = statements_.prepare(*database_, "SELECT id,name FROM event_log_group");
     stmt.reset();
     while (stmt.execute() == db_row)
         stmt.fetch_part_row<uint64_t, std::string>(0, [&](uint64_t id, std::string name) {
@@ -142,7 +143,7 @@ void event_log_dao_sqlite3_t::get_event_log_groups(std::vector<event_log_group_t
 }
 
 uint64_t event_log_dao_sqlite3_t::read_number(const char* sql, uint64_t argument) {
-    auto stmt = prepare(*database_, sql);
+    auto stmt = statements_.prepare(*database_, sql);
     stmt.reset();
     stmt.bind(1, argument);
     uint64_t value = 0; // an aggregate over no rows is NULL, which reads as 0
@@ -151,7 +152,7 @@ uint64_t event_log_dao_sqlite3_t::read_number(const char* sql, uint64_t argument
 }
 
 void event_log_dao_sqlite3_t::write(const char* sql, uint64_t argument) {
-    auto stmt = prepare(*database_, sql);
+    auto stmt = statements_.prepare(*database_, sql);
     stmt.reset();
     stmt.bind(1, argument);
     stmt.execute();

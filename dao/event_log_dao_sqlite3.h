@@ -1,7 +1,9 @@
 #pragma once
-// event_log_dao_t over the shared database; each operation prepares its statement per call.
+// event_log_dao_t over the shared database. Each object keeps its prepared statements
+// for the life of the connection (sqlite3_statement_cache_c), so it belongs to one thread at a time.
 #include "dao/event_log_dao.h"
 #include "db/dao_sqlite3.h"
+#include "db/sqlite3_statement.h"
 
 #include <memory>
 
@@ -34,4 +36,5 @@ private:
     void write(const char* sql, uint64_t argument);
 
     std::shared_ptr<dao_sqlite3_c> database_;
+    sqlite3_statement_cache_c statements_;
 };

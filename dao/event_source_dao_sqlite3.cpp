@@ -34,10 +34,10 @@ dao_implementation<event_source_dao_t>::create(std::shared_ptr<dao_sqlite3_c> da
 
 void event_source_dao_sqlite3_t::get_event_sources(const std::string& lang,
                                                    std::vector<event_source_t>& sources) {
-    auto stmt =
-        prepare(*database_, "SELECT event_source.id%?,        event_source.name,        event_source.type "
-                            "FROM event_source INNER JOIN language   ON event_source.lang_code = "
-                            "language.id WHERE language.code=?ORDER BY event_source.id");
+    auto stmt = statements_.prepare(
+        *database_, "SELECT event_source.id%?,        event_source.name,        event_source.type "
+                    "FROM event_source INNER JOIN language   ON event_source.lang_code = "
+                    "language.id WHERE language.code=?ORDER BY event_source.id");
     stmt.reset();
     stmt.bind(1, event_source_id_modulus, lang);
     fetch_event_sources(stmt, sources);
@@ -45,11 +45,11 @@ void event_source_dao_sqlite3_t::get_event_sources(const std::string& lang,
 
 void event_source_dao_sqlite3_t::get_event_sources_by_type(const std::string& lang, const std::string& type,
                                                            std::vector<event_source_t>& sources) {
-    auto stmt =
-        prepare(*database_, "SELECT event_source.id%?,        event_source.name,        event_source.type "
-                            "FROM event_source INNER JOIN language   ON event_source.lang_code = "
-                            "language.id WHERE language.code=?  AND event_source.type=?ORDER BY "
-                            "event_source.id");
+    auto stmt = statements_.prepare(
+        *database_, "SELECT event_source.id%?,        event_source.name,        event_source.type "
+                    "FROM event_source INNER JOIN language   ON event_source.lang_code = "
+                    "language.id WHERE language.code=?  AND event_source.type=?ORDER BY "
+                    "event_source.id");
     stmt.reset();
     stmt.bind(1, event_source_id_modulus, lang, type);
     fetch_event_sources(stmt, sources);
@@ -57,10 +57,10 @@ void event_source_dao_sqlite3_t::get_event_sources_by_type(const std::string& la
 
 bool event_source_dao_sqlite3_t::get_event_source_by_name(const std::string& lang, const std::string& name,
                                                           event_source_t& source) {
-    auto stmt =
-        prepare(*database_, "SELECT event_source.id%?,        event_source.name,        event_source.type "
-                            "FROM event_source INNER JOIN language   ON event_source.lang_code = "
-                            "language.id WHERE language.code=? AND event_source.name=?");
+    auto stmt = statements_.prepare(
+        *database_, "SELECT event_source.id%?,        event_source.name,        event_source.type "
+                    "FROM event_source INNER JOIN language   ON event_source.lang_code = "
+                    "language.id WHERE language.code=? AND event_source.name=?");
     stmt.reset();
     stmt.bind(1, event_source_id_modulus, lang, name);
     return fetch_event_source(stmt, source);
@@ -70,11 +70,11 @@ bool event_source_dao_sqlite3_t::get_event_source_by_name_and_type(const std::st
                                                                    const std::string& name,
                                                                    const std::string& type,
                                                                    event_source_t& source) {
-    auto stmt =
-        prepare(*database_, "SELECT event_source.id%?,        event_source.name,        event_source.type "
-                            "FROM event_source INNER JOIN language   ON event_source.lang_code = "
-                            "language.id WHERE language.code=? AND event_source.name=? AND "
-                            "event_source.type=? ");
+    auto stmt = statements_.prepare(
+        *database_, "SELECT event_source.id%?,        event_source.name,        event_source.type "
+                    "FROM event_source INNER JOIN language   ON event_source.lang_code = "
+                    "language.id WHERE language.code=? AND event_source.name=? AND "
+                    "event_source.type=? ");
     stmt.reset();
     stmt.bind(1, event_source_id_modulus, lang, name, type);
     return fetch_event_source(stmt, source);
@@ -84,7 +84,7 @@ bool event_source_dao_sqlite3_t::get_event_source_by_id(uint64_t id, const std::
                                                         event_source_t& source) {
     // The first half finds the row of a raw id, the second that of a reduced one; of the
     // candidates the highest raw id wins, and the caller's id is echoed as the first column.
-    auto stmt = prepare(
+    auto stmt = statements_.prepare(
         *database_, "WITH base_table( source_id, source_name, source_type ) AS (    SELECT event_source.id "
                     "as source_id, event_source.name as source_name, event_source.type as source_type    "
                     "FROM event_source    INNER JOIN language      ON event_source.lang_code = "
@@ -104,13 +104,13 @@ void event_source_dao_sqlite3_t::get_associated_event(uint64_t associated_event_
                                                       associated_event_source_t& out,
                                                       const std::string& lang) {
     associated_event_source_t source;
-    auto stmt =
-        prepare(*database_, "SELECT associated_event_source.event_id,       "
-                            "associated_event_source.event_source_id,       event_source.name,       "
-                            "event_source.type FROM associated_event_source INNER JOIN event_source    ON "
-                            "associated_event_source.event_source_id=event_source.id%? INNER JOIN "
-                            "language  ON event_source.lang_code = language.id WHERE language.code=?   "
-                            "AND associated_event_source.id=?");
+    auto stmt = statements_.prepare(
+        *database_, "SELECT associated_event_source.event_id,       "
+                    "associated_event_source.event_source_id,       event_source.name,       "
+                    "event_source.type FROM associated_event_source INNER JOIN event_source    ON "
+                    "associated_event_source.event_source_id=event_source.id%? INNER JOIN "
+                    "language  ON event_source.lang_code = language.id WHERE language.code=?   "
+                    "AND associated_event_source.id=?");
     stmt.reset();
     stmt.bind(1, event_source_id_modulus, lang, associated_event_source_id);
     if (stmt.execute() != db_row) throw db_exception_t("empty query", 2);
@@ -136,10 +136,10 @@ void event_source_dao_sqlite3_t::get_associated_event(uint64_t associated_event_
 
 std::optional<lorivant_source_details_t>
 event_source_dao_sqlite3_t::get_lorivant_details(uint64_t associated_event_source_id) {
-    auto stmt =
-        prepare(*database_, "SELECT lorivant_id,       access_group_id,       schedule_table_id,       "
-                            "with_holidays,user_group_id FROM lorivant_event_source WHERE "
-                            "associated_event_source_id=?");
+    auto stmt = statements_.prepare(
+        *database_, "SELECT lorivant_id,       access_group_id,       schedule_table_id,       "
+                    "with_holidays,user_group_id FROM lorivant_event_source WHERE "
+                    "associated_event_source_id=?");
     stmt.reset();
     stmt.bind(1, associated_event_source_id);
     if (stmt.execute() != db_row) return std::nullopt;
@@ -154,8 +154,8 @@ event_source_dao_sqlite3_t::get_lorivant_details(uint64_t associated_event_sourc
 
 std::optional<repeater_source_details_t>
 event_source_dao_sqlite3_t::get_repeater_details(uint64_t associated_event_source_id) {
-    auto stmt = prepare(*database_,
-                        "SELECT repeater_id FROM repeater_event_source WHERE associated_event_source_id=?");
+    auto stmt = statements_.prepare(
+        *database_, "SELECT repeater_id FROM repeater_event_source WHERE associated_event_source_id=?");
     stmt.reset();
     stmt.bind(1, associated_event_source_id);
     if (stmt.execute() != db_row) return std::nullopt;
@@ -166,7 +166,7 @@ event_source_dao_sqlite3_t::get_repeater_details(uint64_t associated_event_sourc
 
 std::optional<input_source_details_t>
 event_source_dao_sqlite3_t::get_input_details(uint64_t associated_event_source_id) {
-    auto stmt = prepare(
+    auto stmt = statements_.prepare(
         *database_, "SELECT input_event_source.connector_id,        input_event_source.activate_signal,    "
                     "    connector.number,        connector.current_state,        "
                     "GROUP_CONCAT(caa.connector_application) FROM input_event_source INNER JOIN connector    "
@@ -190,13 +190,13 @@ event_source_dao_sqlite3_t::get_input_details(uint64_t associated_event_source_i
 
 std::optional<alarmsystem_source_details_t>
 event_source_dao_sqlite3_t::get_alarmsystem_details(uint64_t associated_event_source_id) {
-    auto stmt =
-        prepare(*database_, "SELECT alarmsystem_event_source.alarmsystem,       alarmsystem.name,       "
-                            "alarmsystem.status,       alarmsystem.last_disarm_time,       "
-                            "alarmsystem.last_arm_time,       alarmsystem.disarm_by_guard FROM "
-                            "alarmsystem_event_source INNER JOIN alarmsystem     ON "
-                            "alarmsystem_event_source.alarmsystem=alarmsystem.id WHERE "
-                            "alarmsystem_event_source.associated_event_source_id=?");
+    auto stmt = statements_.prepare(
+        *database_, "SELECT alarmsystem_event_source.alarmsystem,       alarmsystem.name,       "
+                    "alarmsystem.status,       alarmsystem.last_disarm_time,       "
+                    "alarmsystem.last_arm_time,       alarmsystem.disarm_by_guard FROM "
+                    "alarmsystem_event_source INNER JOIN alarmsystem     ON "
+                    "alarmsystem_event_source.alarmsystem=alarmsystem.id WHERE "
+                    "alarmsystem_event_source.associated_event_source_id=?");
     stmt.reset();
     stmt.bind(1, associated_event_source_id);
     if (stmt.execute() != db_row) return std::nullopt;
@@ -211,15 +211,16 @@ event_source_dao_sqlite3_t::get_alarmsystem_details(uint64_t associated_event_so
 }
 
 void event_source_dao_sqlite3_t::insert_associated_event_source(uint64_t event_id, uint64_t event_source_id) {
-    auto stmt =
-        prepare(*database_, "INSERT INTO associated_event_source(event_id,event_source_id) VALUES(?,?)");
+    auto stmt = statements_.prepare(
+        *database_, "INSERT INTO associated_event_source(event_id,event_source_id) VALUES(?,?)");
     stmt.reset();
     stmt.bind(1, event_id, event_source_id);
     stmt.execute();
 }
 
 void event_source_dao_sqlite3_t::update_associated_event_source(uint64_t id, uint64_t event_source_id) {
-    auto stmt = prepare(*database_, "UPDATE associated_event_source SET event_source_id=?WHERE id=?");
+    auto stmt =
+        statements_.prepare(*database_, "UPDATE associated_event_source SET event_source_id=?WHERE id=?");
     stmt.reset();
     stmt.bind(1, event_source_id, id);
     stmt.execute();
@@ -227,13 +228,13 @@ void event_source_dao_sqlite3_t::update_associated_event_source(uint64_t id, uin
 
 void event_source_dao_sqlite3_t::insert_lorivant_event_source(uint64_t associated_event_source_id,
                                                               const lorivant_source_details_t& details) {
-    auto stmt =
-        prepare(*database_, "INSERT INTO lorivant_event_source( associated_event_source_id,           "
-                            "                         lorivant_id,                                    "
-                            "access_group_id,                                    schedule_table_id,    "
-                            "                                with_holidays,                            "
-                            "        user_group_id ) VALUES (?,        ?,        ?,        ?,        "
-                            "?,        ?)");
+    auto stmt = statements_.prepare(
+        *database_, "INSERT INTO lorivant_event_source( associated_event_source_id,           "
+                    "                         lorivant_id,                                    "
+                    "access_group_id,                                    schedule_table_id,    "
+                    "                                with_holidays,                            "
+                    "        user_group_id ) VALUES (?,        ?,        ?,        ?,        "
+                    "?,        ?)");
     stmt.reset();
     stmt.bind(1, associated_event_source_id, details.lorivant_id, details.access_group_id,
               details.schedule_table_id, details.with_holidays, details.user_group_id);
@@ -242,10 +243,10 @@ void event_source_dao_sqlite3_t::insert_lorivant_event_source(uint64_t associate
 
 void event_source_dao_sqlite3_t::update_lorivant_event_source(uint64_t associated_event_source_id,
                                                               const lorivant_source_details_t& details) {
-    auto stmt =
-        prepare(*database_, "UPDATE lorivant_event_source SET lorivant_id=?,     access_group_id=?,    "
-                            "schedule_table_id=?,    with_holidays=?,    user_group_id=?WHERE "
-                            "associated_event_source_id=?");
+    auto stmt = statements_.prepare(
+        *database_, "UPDATE lorivant_event_source SET lorivant_id=?,     access_group_id=?,    "
+                    "schedule_table_id=?,    with_holidays=?,    user_group_id=?WHERE "
+                    "associated_event_source_id=?");
     stmt.reset();
     stmt.bind(1, details.lorivant_id, details.access_group_id, details.schedule_table_id,
               details.with_holidays, details.user_group_id, associated_event_source_id);
@@ -253,8 +254,8 @@ void event_source_dao_sqlite3_t::update_lorivant_event_source(uint64_t associate
 }
 
 void event_source_dao_sqlite3_t::clear_schedule_of_lorivant_event_sources(uint64_t schedule_table_id) {
-    auto stmt = prepare(*database_,
-                        "UPDATE lorivant_event_source SET schedule_table_id=0 WHERE schedule_table_id=?;");
+    auto stmt = statements_.prepare(
+        *database_, "UPDATE lorivant_event_source SET schedule_table_id=0 WHERE schedule_table_id=?;");
     stmt.reset();
     stmt.bind(1, schedule_table_id);
     stmt.execute();
@@ -262,9 +263,9 @@ void event_source_dao_sqlite3_t::clear_schedule_of_lorivant_event_sources(uint64
 
 void event_source_dao_sqlite3_t::insert_repeater_event_source(uint64_t associated_event_source_id,
                                                               uint64_t repeater_id) {
-    auto stmt =
-        prepare(*database_,
-                "INSERT INTO repeater_event_source(associated_event_source_id, repeater_id ) VALUES (?,?)");
+    auto stmt = statements_.prepare(
+        *database_,
+        "INSERT INTO repeater_event_source(associated_event_source_id, repeater_id ) VALUES (?,?)");
     stmt.reset();
     stmt.bind(1, associated_event_source_id, repeater_id);
     stmt.execute();
@@ -272,8 +273,8 @@ void event_source_dao_sqlite3_t::insert_repeater_event_source(uint64_t associate
 
 void event_source_dao_sqlite3_t::update_repeater_event_source(uint64_t associated_event_source_id,
                                                               uint64_t repeater_id) {
-    auto stmt = prepare(*database_,
-                        "UPDATE repeater_event_source SET repeater_id=? WHERE associated_event_source_id=?");
+    auto stmt = statements_.prepare(
+        *database_, "UPDATE repeater_event_source SET repeater_id=? WHERE associated_event_source_id=?");
     stmt.reset();
     stmt.bind(1, repeater_id, associated_event_source_id);
     stmt.execute();
@@ -281,9 +282,9 @@ void event_source_dao_sqlite3_t::update_repeater_event_source(uint64_t associate
 
 void event_source_dao_sqlite3_t::insert_input_event_source(uint64_t associated_event_source_id,
                                                            uint64_t connector_id, uint64_t activate_signal) {
-    auto stmt =
-        prepare(*database_, "INSERT INTO input_event_source(associated_event_source_id, connector_id, "
-                            "activate_signal ) VALUES (?,?,?)");
+    auto stmt = statements_.prepare(
+        *database_, "INSERT INTO input_event_source(associated_event_source_id, connector_id, "
+                    "activate_signal ) VALUES (?,?,?)");
     stmt.reset();
     stmt.bind(1, associated_event_source_id, connector_id, activate_signal);
     stmt.execute();
@@ -291,9 +292,9 @@ void event_source_dao_sqlite3_t::insert_input_event_source(uint64_t associated_e
 
 void event_source_dao_sqlite3_t::update_input_event_source(uint64_t associated_event_source_id,
                                                            uint64_t connector_id, uint64_t activate_signal) {
-    auto stmt =
-        prepare(*database_, "UPDATE input_event_source SET connector_id=?,    activate_signal=? WHERE "
-                            "associated_event_source_id=?");
+    auto stmt = statements_.prepare(
+        *database_, "UPDATE input_event_source SET connector_id=?,    activate_signal=? WHERE "
+                    "associated_event_source_id=?");
     stmt.reset();
     stmt.bind(1, connector_id, activate_signal, associated_event_source_id);
     stmt.execute();
@@ -301,8 +302,9 @@ void event_source_dao_sqlite3_t::update_input_event_source(uint64_t associated_e
 
 void event_source_dao_sqlite3_t::insert_alarmsystem_event_source(uint64_t associated_event_source_id,
                                                                  uint64_t alarmsystem) {
-    auto stmt = prepare(*database_, "INSERT INTO alarmsystem_event_source( associated_event_source_id, "
-                                    "alarmsystem ) VALUES (?,?)");
+    auto stmt =
+        statements_.prepare(*database_, "INSERT INTO alarmsystem_event_source( associated_event_source_id, "
+                                        "alarmsystem ) VALUES (?,?)");
     stmt.reset();
     stmt.bind(1, associated_event_source_id);
     // This statement has no NULLIF: a parameter left unbound after reset() is NULL, which stands
@@ -313,37 +315,41 @@ void event_source_dao_sqlite3_t::insert_alarmsystem_event_source(uint64_t associ
 
 void event_source_dao_sqlite3_t::update_alarmsystem_event_source(uint64_t associated_event_source_id,
                                                                  uint64_t alarmsystem) {
-    auto stmt = prepare(*database_, "UPDATE alarmsystem_event_source SET alarmsystem=NULLIF(?,0) WHERE "
-                                    "associated_event_source_id=?");
+    auto stmt =
+        statements_.prepare(*database_, "UPDATE alarmsystem_event_source SET alarmsystem=NULLIF(?,0) WHERE "
+                                        "associated_event_source_id=?");
     stmt.reset();
     stmt.bind(1, alarmsystem, associated_event_source_id);
     stmt.execute();
 }
 
 void event_source_dao_sqlite3_t::delete_lorivant_event_source(uint64_t associated_event_source_id) {
-    auto stmt = prepare(*database_, "DELETE FROM lorivant_event_source WHERE associated_event_source_id=?");
+    auto stmt = statements_.prepare(*database_,
+                                    "DELETE FROM lorivant_event_source WHERE associated_event_source_id=?");
     stmt.reset();
     stmt.bind(1, associated_event_source_id);
     stmt.execute();
 }
 
 void event_source_dao_sqlite3_t::delete_repeater_event_source(uint64_t associated_event_source_id) {
-    auto stmt = prepare(*database_, "DELETE FROM repeater_event_source WHERE associated_event_source_id=?");
+    auto stmt = statements_.prepare(*database_,
+                                    "DELETE FROM repeater_event_source WHERE associated_event_source_id=?");
     stmt.reset();
     stmt.bind(1, associated_event_source_id);
     stmt.execute();
 }
 
 void event_source_dao_sqlite3_t::delete_input_event_source(uint64_t associated_event_source_id) {
-    auto stmt = prepare(*database_, "DELETE FROM input_event_source WHERE associated_event_source_id=?");
+    auto stmt =
+        statements_.prepare(*database_, "DELETE FROM input_event_source WHERE associated_event_source_id=?");
     stmt.reset();
     stmt.bind(1, associated_event_source_id);
     stmt.execute();
 }
 
 void event_source_dao_sqlite3_t::delete_alarmsystem_event_source(uint64_t associated_event_source_id) {
-    auto stmt =
-        prepare(*database_, "DELETE FROM alarmsystem_event_source WHERE associated_event_source_id=?");
+    auto stmt = statements_.prepare(
+        *database_, "DELETE FROM alarmsystem_event_source WHERE associated_event_source_id=?");
     stmt.reset();
     stmt.bind(1, associated_event_source_id);
     stmt.execute();

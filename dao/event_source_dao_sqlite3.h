@@ -1,7 +1,9 @@
 #pragma once
-// event_source_dao_t over the shared database; each operation prepares its statements per call.
+// event_source_dao_t over the shared database. Each object keeps its prepared statements
+// for the life of the connection (sqlite3_statement_cache_c), so it belongs to one thread at a time.
 #include "dao/event_source_dao.h"
 #include "db/dao_sqlite3.h"
+#include "db/sqlite3_statement.h"
 
 #include <memory>
 
@@ -49,4 +51,5 @@ private:
     std::optional<alarmsystem_source_details_t> get_alarmsystem_details(uint64_t associated_event_source_id);
 
     std::shared_ptr<dao_sqlite3_c> database_;
+    sqlite3_statement_cache_c statements_;
 };

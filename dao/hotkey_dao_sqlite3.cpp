@@ -8,7 +8,7 @@ dao_implementation<hotkey_dao_t>::create(std::shared_ptr<dao_sqlite3_c> database
 }
 
 bool hotkey_dao_sqlite3_t::get_hotkey(uint64_t id, hotkey_t& hotkey) {
-    auto stmt = prepare(*database_, "SELECT id, name FROM hotkey WHERE id = ?");
+    auto stmt = statements_.prepare(*database_, "SELECT id, name FROM hotkey WHERE id = ?");
     stmt.reset();
     stmt.bind(1, id);
     if (stmt.execute() != db_row) return false;
@@ -19,7 +19,7 @@ bool hotkey_dao_sqlite3_t::get_hotkey(uint64_t id, hotkey_t& hotkey) {
 }
 
 void hotkey_dao_sqlite3_t::get_hotkeys(std::vector<hotkey_t>& hotkeys) {
-    auto stmt = prepare(*database_, "SELECT id, name FROM hotkey ORDER BY id");
+    auto stmt = statements_.prepare(*database_, "SELECT id, name FROM hotkey ORDER BY id");
     stmt.reset();
     while (stmt.execute() == db_row)
         stmt.fetch_part_row<uint64_t, std::string>(0, [&](uint64_t id, std::string name) {

@@ -8,7 +8,7 @@ dao_implementation<language_dao_c>::create(std::shared_ptr<dao_sqlite3_c> databa
 }
 
 bool language_dao_sqlite3_c::get_language_by_code(const std::string& code, language_t& language) {
-    auto stmt = prepare(*database_, "SELECT id, code, name FROM language WHERE code = ?");
+    auto stmt = statements_.prepare(*database_, "SELECT id, code, name FROM language WHERE code = ?");
     stmt.reset();
     stmt.bind(1, code);
     if (stmt.execute() != db_row) return false;
@@ -20,7 +20,7 @@ bool language_dao_sqlite3_c::get_language_by_code(const std::string& code, langu
 }
 
 void language_dao_sqlite3_c::get_languages(std::vector<language_t>& languages) {
-    auto stmt = prepare(*database_, "SELECT id, code, name FROM language ORDER BY id");
+    auto stmt = statements_.prepare(*database_, "SELECT id, code, name FROM language ORDER BY id");
     stmt.reset();
     while (stmt.execute() == db_row)
         stmt.fetch_part_row<uint64_t, std::string, std::string>(

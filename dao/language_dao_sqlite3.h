@@ -1,7 +1,9 @@
 #pragma once
-// language_dao_c over the shared database; each operation prepares its statement per call.
+// language_dao_c over the shared database. Each object keeps its prepared statements
+// for the life of the connection (sqlite3_statement_cache_c), so it belongs to one thread at a time.
 #include "dao/language_dao.h"
 #include "db/dao_sqlite3.h"
+#include "db/sqlite3_statement.h"
 
 #include <memory>
 
@@ -15,4 +17,5 @@ public:
 
 private:
     std::shared_ptr<dao_sqlite3_c> database_;
+    sqlite3_statement_cache_c statements_;
 };

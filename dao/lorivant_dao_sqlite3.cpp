@@ -43,7 +43,7 @@ lorivant_t fetch_lorivant(sqlite3_statement_t& stmt) {
 } // namespace
 
 bool lorivant_dao_sqlite3_c::get_lorivant_by_hardware_id(uint64_t hardware_id, lorivant_t& out) {
-    auto stmt = prepare(*database_, select_lorivants + "WHERE hardware_id=?");
+    auto stmt = statements_.prepare(*database_, select_lorivants + "WHERE hardware_id=?");
     stmt.reset();
     stmt.bind(1, hardware_id);
     if (stmt.execute() != db_row) return false;
@@ -52,7 +52,7 @@ bool lorivant_dao_sqlite3_c::get_lorivant_by_hardware_id(uint64_t hardware_id, l
 }
 
 bool lorivant_dao_sqlite3_c::get_lorivant(uint64_t id, lorivant_t& out) {
-    auto stmt = prepare(*database_, select_lorivants + "WHERE id=?");
+    auto stmt = statements_.prepare(*database_, select_lorivants + "WHERE id=?");
     stmt.reset();
     stmt.bind(1, id);
     if (stmt.execute() != db_row) return false;
@@ -61,14 +61,14 @@ bool lorivant_dao_sqlite3_c::get_lorivant(uint64_t id, lorivant_t& out) {
 }
 
 void lorivant_dao_sqlite3_c::get_lorivants(std::vector<lorivant_t>& out) {
-    auto stmt = prepare(*database_, select_lorivants + "ORDER BY id");
+    auto stmt = statements_.prepare(*database_, select_lorivants + "ORDER BY id");
     stmt.reset();
     while (stmt.execute() == db_row)
         out.push_back(fetch_lorivant(stmt));
 }
 
 void lorivant_dao_sqlite3_c::set_supervision_missing(uint64_t id, bool missing) {
-    auto stmt = prepare(*database_, "UPDATE lorivant SET supervision_missing=? WHERE id=?");
+    auto stmt = statements_.prepare(*database_, "UPDATE lorivant SET supervision_missing=? WHERE id=?");
     stmt.reset();
     stmt.bind(1, missing, id);
     stmt.execute();
@@ -76,17 +76,17 @@ void lorivant_dao_sqlite3_c::set_supervision_missing(uint64_t id, bool missing) 
 
 void lorivant_dao_sqlite3_c::set_office_mode(uint64_t id, bool on, uint64_t reaction_id, uint64_t timestamp,
                                              uint64_t duration, int64_t counts_remaining) {
-    auto stmt =
-        prepare(*database_, "UPDATE lorivant SET office_mode=?, office_mode_event_reaction_id=NULLIF(?,0), "
-                            "office_mode_event_timestamp=?, office_mode_event_duration=?, "
-                            "office_mode_event_counts_remaining=? WHERE id=?");
+    auto stmt = statements_.prepare(
+        *database_, "UPDATE lorivant SET office_mode=?, office_mode_event_reaction_id=NULLIF(?,0), "
+                    "office_mode_event_timestamp=?, office_mode_event_duration=?, "
+                    "office_mode_event_counts_remaining=? WHERE id=?");
     stmt.reset();
     stmt.bind(1, on, reaction_id, timestamp, duration, static_cast<uint64_t>(counts_remaining), id);
     stmt.execute();
 }
 
 void lorivant_dao_sqlite3_c::set_panic_mode(uint64_t id, bool active) {
-    auto stmt = prepare(*database_, "UPDATE lorivant SET panic_mode_active=? WHERE id=?");
+    auto stmt = statements_.prepare(*database_, "UPDATE lorivant SET panic_mode_active=? WHERE id=?");
     stmt.reset();
     stmt.bind(1, active, id);
     stmt.execute();

@@ -1,7 +1,9 @@
 #pragma once
-// lorivant_event_reaction_dao_t over the shared connection; every operation prepares its statement.
+// lorivant_event_reaction_dao_t over the shared connection. Each object keeps its prepared statements
+// for the life of the connection (sqlite3_statement_cache_c), so it belongs to one thread at a time.
 #include "dao/lorivant_event_reaction_dao.h"
 #include "db/dao_sqlite3.h"
+#include "db/sqlite3_statement.h"
 
 #include <memory>
 
@@ -40,4 +42,5 @@ public:
 
 private:
     std::shared_ptr<dao_sqlite3_c> database_;
+    sqlite3_statement_cache_c statements_;
 };

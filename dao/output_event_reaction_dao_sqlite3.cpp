@@ -41,15 +41,15 @@ void fetch_output_reaction(sqlite3_statement_t& stmt, int column, output_event_r
 
 bool output_event_reaction_dao_sqlite3_t::get_output_event_reaction(uint64_t id,
                                                                     output_event_reaction_t& out) {
-    auto stmt =
-        prepare(*database_,
-                "SELECT oer.connector_id,        connector.number,        connector.current_state,        "
-                "GROUP_CONCAT(ca.application),        action,        delay,        duration "
-                "FROM output_event_reaction oer          "
-                "INNER JOIN connector on connector.id = oer.connector_id          "
-                "INNER JOIN connector_application_assoc caa on connector.id = caa.connector_id          "
-                "INNER JOIN connector_application ca on caa.connector_application = ca.application "
-                "WHERE oer.id = ? GROUP BY oer.connector_id;");
+    auto stmt = statements_.prepare(
+        *database_,
+        "SELECT oer.connector_id,        connector.number,        connector.current_state,        "
+        "GROUP_CONCAT(ca.application),        action,        delay,        duration "
+        "FROM output_event_reaction oer          "
+        "INNER JOIN connector on connector.id = oer.connector_id          "
+        "INNER JOIN connector_application_assoc caa on connector.id = caa.connector_id          "
+        "INNER JOIN connector_application ca on caa.connector_application = ca.application "
+        "WHERE oer.id = ? GROUP BY oer.connector_id;");
     stmt.reset();
     stmt.bind(1, id);
     if (stmt.execute() != db_row) return false;
@@ -60,15 +60,15 @@ bool output_event_reaction_dao_sqlite3_t::get_output_event_reaction(uint64_t id,
 
 void output_event_reaction_dao_sqlite3_t::get_output_event_reactions(
     std::vector<output_event_reaction_t>& out) {
-    auto stmt =
-        prepare(*database_,
-                "SELECT oer.id, oer.connector_id,        connector.number,        connector.current_state,  "
-                "      GROUP_CONCAT(ca.application),        action,        delay,        duration "
-                "FROM output_event_reaction oer          "
-                "INNER JOIN connector on connector.id = oer.connector_id          "
-                "INNER JOIN connector_application_assoc caa on connector.id = caa.connector_id          "
-                "INNER JOIN connector_application ca on caa.connector_application = ca.application "
-                "GROUP BY oer.connector_id;");
+    auto stmt = statements_.prepare(
+        *database_,
+        "SELECT oer.id, oer.connector_id,        connector.number,        connector.current_state,  "
+        "      GROUP_CONCAT(ca.application),        action,        delay,        duration "
+        "FROM output_event_reaction oer          "
+        "INNER JOIN connector on connector.id = oer.connector_id          "
+        "INNER JOIN connector_application_assoc caa on connector.id = caa.connector_id          "
+        "INNER JOIN connector_application ca on caa.connector_application = ca.application "
+        "GROUP BY oer.connector_id;");
     stmt.reset();
     while (stmt.execute() == db_row) {
         output_event_reaction_t reaction;
@@ -81,9 +81,9 @@ void output_event_reaction_dao_sqlite3_t::get_output_event_reactions(
 uint64_t
 output_event_reaction_dao_sqlite3_t::insert_output_event_reaction(uint64_t event_id,
                                                                   const output_event_reaction_t& reaction) {
-    auto stmt =
-        prepare(*database_, "INSERT INTO output_event_reaction(event_id, connector_id, action, delay, "
-                            "duration) values(?,?,?,?,?)");
+    auto stmt = statements_.prepare(
+        *database_, "INSERT INTO output_event_reaction(event_id, connector_id, action, delay, "
+                    "duration) values(?,?,?,?,?)");
     stmt.reset();
     stmt.bind(1, event_id, reaction.connector_id, reaction.action, reaction.delay, reaction.duration);
     stmt.execute();
@@ -92,16 +92,16 @@ output_event_reaction_dao_sqlite3_t::insert_output_event_reaction(uint64_t event
 
 void output_event_reaction_dao_sqlite3_t::update_output_event_reaction(
     const output_event_reaction_t& reaction) {
-    auto stmt =
-        prepare(*database_,
-                "UPDATE output_event_reaction SET connector_id=?, action=?, delay=?, duration=? where id=?");
+    auto stmt = statements_.prepare(
+        *database_,
+        "UPDATE output_event_reaction SET connector_id=?, action=?, delay=?, duration=? where id=?");
     stmt.reset();
     stmt.bind(1, reaction.connector_id, reaction.action, reaction.delay, reaction.duration, reaction.id);
     stmt.execute();
 }
 
 void output_event_reaction_dao_sqlite3_t::delete_output_event_reaction(uint64_t id) {
-    auto stmt = prepare(*database_, "delete from output_event_reaction where id=?");
+    auto stmt = statements_.prepare(*database_, "delete from output_event_reaction where id=?");
     stmt.reset();
     stmt.bind(1, id);
     stmt.execute();

@@ -31,7 +31,7 @@ repeater_t fetch_repeater(sqlite3_statement_t& stmt) {
 } // namespace
 
 bool repeater_dao_sqlite3_c::get_repeater_by_serial_number(uint64_t serial_number, repeater_t& out) {
-    auto stmt = prepare(*database_, select_repeaters + "WHERE serial_number=?");
+    auto stmt = statements_.prepare(*database_, select_repeaters + "WHERE serial_number=?");
     stmt.reset();
     stmt.bind(1, serial_number);
     if (stmt.execute() != db_row) return false;
@@ -40,7 +40,7 @@ bool repeater_dao_sqlite3_c::get_repeater_by_serial_number(uint64_t serial_numbe
 }
 
 bool repeater_dao_sqlite3_c::get_repeater(uint64_t id, repeater_t& out) {
-    auto stmt = prepare(*database_, select_repeaters + "WHERE id=?");
+    auto stmt = statements_.prepare(*database_, select_repeaters + "WHERE id=?");
     stmt.reset();
     stmt.bind(1, id);
     if (stmt.execute() != db_row) return false;
@@ -49,14 +49,14 @@ bool repeater_dao_sqlite3_c::get_repeater(uint64_t id, repeater_t& out) {
 }
 
 void repeater_dao_sqlite3_c::get_repeaters(std::vector<repeater_t>& out) {
-    auto stmt = prepare(*database_, select_repeaters + "ORDER BY id");
+    auto stmt = statements_.prepare(*database_, select_repeaters + "ORDER BY id");
     stmt.reset();
     while (stmt.execute() == db_row)
         out.push_back(fetch_repeater(stmt));
 }
 
 void repeater_dao_sqlite3_c::set_supervision_missing(uint64_t id, bool missing) {
-    auto stmt = prepare(*database_, "UPDATE repeater SET supervision_missing=? WHERE id=?");
+    auto stmt = statements_.prepare(*database_, "UPDATE repeater SET supervision_missing=? WHERE id=?");
     stmt.reset();
     stmt.bind(1, missing, id);
     stmt.execute();

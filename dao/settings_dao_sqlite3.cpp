@@ -10,9 +10,9 @@ dao_implementation<settings_dao_t>::create(std::shared_ptr<dao_sqlite3_c> databa
 
 std::string settings_dao_sqlite3_t::get_default_language() {
     // Joined with language so that a code no text exists in fails here, not at every lookup.
-    auto stmt =
-        prepare(*database_, "SELECT language.code FROM settings INNER JOIN language "
-                            "ON language.code = settings.value WHERE settings.key = 'default_language'");
+    auto stmt = statements_.prepare(
+        *database_, "SELECT language.code FROM settings INNER JOIN language "
+                    "ON language.code = settings.value WHERE settings.key = 'default_language'");
     stmt.reset();
     if (stmt.execute() != db_row) throw db_exception_t("empty query", 2);
     std::string code;
@@ -21,7 +21,7 @@ std::string settings_dao_sqlite3_t::get_default_language() {
 }
 
 bool settings_dao_sqlite3_t::get_supervision_mode() {
-    auto stmt = prepare(*database_, "SELECT value FROM settings WHERE key = 'supervision_mode'");
+    auto stmt = statements_.prepare(*database_, "SELECT value FROM settings WHERE key = 'supervision_mode'");
     stmt.reset();
     std::string value;
     if (stmt.execute() == db_row)

@@ -49,6 +49,40 @@ sqlite3_statement_t prepare(dao_sqlite3_c& database, const std::string& sql) {
     return sqlite3_statement_t(std::make_shared<sqlite3_statement_holder_t>(database, sql));
 }
 
+sqlite3_cached_statement_t sqlite3_statement_cache_c::prepare(dao_sqlite3_c& database, const char* sql) {
+    return prepare(database, sql, std::strlen(sql));
+}
+
+sqlite3_cached_statement_t sqlite3_statement_cache_c::prepare(dao_sqlite3_c& database, const char* sql,
+                                                              size_t length) {
+    sqlite3* connection = database.get_handle(); // a closed connection fails here, as prepare() does
+    size_t slot = 0;
+    while (slot < slots_.size() &&
+           (slots_[slot].sql.size() != length || std::memcmp(slots_[slot].sql.data(), sql, length) != 0))
+        ++slot;
+    if (slot == slots_.size()) {
+        auto holder = std::make_shared<sqlite3_statement_holder_t>(database, std::string(sql, length));
+        slots_.push_back({std::string(sql, length), holder, false});
+    } else if (slots_[slot].lent) {
+        // Still in use further up the call: this use gets a statement of its own.
+        return sqlite3_cached_statement_t(
+            std::make_shared<sqlite3_statement_holder_t>(database, std::string(sql, length)), nullptr, 0);
+    } else if (sqlite3_db_handle(slots_[slot].holder->stmt) != connection) {
+        // Prepared on an earlier connection (closed, then opened again), which lives on as a
+        // zombie only until this statement is finalized.
+        slots_[slot].holder = std::make_shared<sqlite3_statement_holder_t>(database, slots_[slot].sql);
+    }
+    slots_[slot].lent = true;
+    return sqlite3_cached_statement_t(slots_[slot].holder, this, slot);
+}
+
+sqlite3_cached_statement_t::~sqlite3_cached_statement_t() {
+    if (cache_ == nullptr) return;
+    // The result repeats a failed step's error, which the operation has already thrown.
+    sqlite3_reset(holder->stmt);
+    cache_->slots_[slot_].lent = false;
+}
+
 int sqlite3_statement_t::execute() {
     const int result = sqlite3_step(holder->stmt);
     if (result == SQLITE_OK || result == SQLITE_ROW || result == SQLITE_DONE) return result;

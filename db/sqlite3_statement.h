@@ -1,7 +1,8 @@
 #pragma once
 // Prepared statements for the DAOs: prepare, reset, bind by type, execute, fetch the row into a
 // typed callback. DAOs need nothing else of SQLite (db_row / db_done replace SQLITE_ROW /
-// SQLITE_DONE), and including this header does not pull in <sqlite3.h>.
+// SQLITE_DONE), and including this header does not pull in <sqlite3.h>. A DAO keeps its
+// statements in a sqlite3_statement_cache_c, so that each text is compiled once per DAO object.
 //
 // Threads: a statement is used by one thread at a time; copies share one prepared statement for
 // ownership only. A statement must not outlive the connection it was prepared on.
@@ -15,6 +16,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 struct sqlite3_stmt;
 class dao_sqlite3_c;
@@ -93,9 +95,10 @@ private:
     void fetch_columns(int column, const std::function<void(T, Next, Rest...)>& callback) {
         T value{};
         read(column, value);
+        // The callback runs once, so each value moves on instead of being copied.
         fetch_columns<Next, Rest...>(column + 1,
                                      std::function<void(Next, Rest...)>([&](Next next, Rest... rest) {
-                                         callback(value, std::move(next), std::move(rest)...);
+                                         callback(std::move(value), std::move(next), std::move(rest)...);
                                      }));
     }
 
@@ -110,3 +113,60 @@ private:
 
 // Prepares `sql` (its first statement) on `database`'s connection.
 sqlite3_statement_t prepare(dao_sqlite3_c& database, const std::string& sql);
+
+class sqlite3_statement_cache_c;
+
+// A statement lent by a sqlite3_statement_cache_c for one operation. Used like any statement
+// (reset, bind, execute, fetch); when it goes out of scope it is reset, so that it keeps no
+// read lock on the shared file and no half-read result, and it goes back to the cache.
+class sqlite3_cached_statement_t : public sqlite3_statement_t {
+public:
+    ~sqlite3_cached_statement_t();
+    sqlite3_cached_statement_t(const sqlite3_cached_statement_t&) = delete;
+    sqlite3_cached_statement_t& operator=(const sqlite3_cached_statement_t&) = delete;
+
+private:
+    friend class sqlite3_statement_cache_c;
+    // `cache` null: a statement of its own, finalized instead of returned.
+    sqlite3_cached_statement_t(std::shared_ptr<sqlite3_statement_holder_t> holder,
+                               sqlite3_statement_cache_c* cache, size_t slot)
+        : sqlite3_statement_t(std::move(holder)), cache_(cache), slot_(slot) {}
+
+    sqlite3_statement_cache_c* cache_;
+    size_t slot_;
+};
+
+// The prepared statements of one DAO object, kept for the life of its connection: compiling a
+// statement costs more than running most of them. The DAO still calls reset() before binding,
+// so a statement starts every operation unbound, exactly as a freshly prepared one.
+//
+// Keyed by the SQL text (texts may be assembled at run time). A statement still lent out (an
+// operation that runs another one of the same text while reading) gets a fresh statement of
+// its own instead. After the connection was closed and opened again, the statements of the
+// old one are prepared anew. One thread at a time, like the DAO that owns it; throws what
+// prepare() throws.
+class sqlite3_statement_cache_c {
+public:
+    sqlite3_statement_cache_c() = default;
+    sqlite3_statement_cache_c(const sqlite3_statement_cache_c&) = delete;
+    sqlite3_statement_cache_c& operator=(const sqlite3_statement_cache_c&) = delete;
+
+    sqlite3_cached_statement_t prepare(dao_sqlite3_c& database, const std::string& sql) {
+        return prepare(database, sql.data(), sql.size());
+    }
+    sqlite3_cached_statement_t prepare(dao_sqlite3_c& database, const char* sql);
+
+    size_t size() const { return slots_.size(); }
+
+private:
+    friend class sqlite3_cached_statement_t;
+    struct slot_t {
+        std::string sql;
+        std::shared_ptr<sqlite3_statement_holder_t> holder;
+        bool lent = false;
+    };
+
+    sqlite3_cached_statement_t prepare(dao_sqlite3_c& database, const char* sql, size_t length);
+
+    std::vector<slot_t> slots_;
+};

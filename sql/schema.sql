@@ -193,6 +193,11 @@ CREATE TABLE IF NOT EXISTS event (
     lorivant_event_reaction_id INTEGER
 );
 
+-- Every event goes through the read of the events of one source, which finds the
+-- associated sources by their event_source_id and then their events through this index,
+-- instead of reading the whole event table.
+CREATE INDEX IF NOT EXISTS event_associated_event_source ON event(associated_event_source_id);
+
 -- Global tamper switches; the service reads and writes the row with id 1.
 CREATE TABLE IF NOT EXISTS event_settings (
     id              INTEGER PRIMARY KEY,

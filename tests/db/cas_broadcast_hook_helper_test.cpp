@@ -1,5 +1,7 @@
 #include "db/cas_broadcast_hook_helper.h"
 
+#include "db/dao_sqlite3.h"
+#include "db/sqlite3_statement.h"
 #include "tests/support/test_files.h"
 #include "tests/support/test_notify.h"
 #include "tests/support/test_process.h"
@@ -202,6 +204,54 @@ TEST_F(cas_broadcast_hook_test, sql_is_that_of_the_changing_statement_among_seve
     exec("COMMIT");
     EXPECT_EQ(receive(), line("doors", "INSERT INTO doors(id, name) VALUES(200, 'new')") +
                              line("doors", "UPDATE doors SET name='inside' WHERE id=3"));
+}
+
+// The DAOs keep their statements for the life of the connection: many are prepared at once, one
+// may be in the middle of a read, another finished but not reset, and one statement writes
+// several times with other values. Each message must carry the text and the values of the
+// statement that made that change.
+TEST_F(cas_broadcast_hook_test, sql_is_that_of_the_changing_statement_when_statements_are_reused) {
+    dao_sqlite3_c database(&cas_broadcast_hook_helper_c::update_hook,
+                           &cas_broadcast_hook_helper_c::rollback_hook,
+                           &cas_broadcast_hook_helper_c::commit_hook);
+    database.open(dir_.file("acs.db"), false);
+    sqlite3_statement_cache_c cache;
+    auto run = [&](const std::string& sql, auto... values) {
+        auto stmt = cache.prepare(database, sql);
+        stmt.reset();
+        stmt.bind(1, values...);
+        stmt.execute();
+    };
+    for (uint64_t id = 1; id <= 20; ++id)
+        run("SELECT name, " + std::to_string(id) + " FROM doors WHERE id=?", id);
+    const std::string insert = "INSERT INTO doors(id, name) VALUES(?, ?)";
+    const std::string rename = "UPDATE doors SET name=? WHERE id=?";
+    run(insert, uint64_t{300}, "before"); // leaves its statement in the cache, reset
+    EXPECT_EQ(receive(1), line("doors", "INSERT INTO doors(id, name) VALUES(300, 'before')"));
+
+    sqlite3_stmt* finished = nullptr;
+    ASSERT_EQ(sqlite3_prepare_v2(database.get_handle(), "UPDATE doors SET name='raw' WHERE id=50", -1,
+                                 &finished, nullptr),
+              SQLITE_OK);
+    database.exec_with_retry("BEGIN IMMEDIATE", 0, 6);
+    {
+        auto reader = cache.prepare(database, "SELECT id FROM doors ORDER BY id");
+        reader.reset();
+        ASSERT_EQ(reader.execute(), db_row);            // in the middle of its rows until the commit
+        EXPECT_EQ(sqlite3_step(finished), SQLITE_DONE); // and never reset
+        run(insert, uint64_t{200}, "new");
+        run(rename, "first", uint64_t{3});
+        run(insert, uint64_t{201}, "newer");
+        run(rename, "second", uint64_t{4});
+    }
+    database.exec_with_retry("COMMIT", 0, 7);
+    sqlite3_finalize(finished);
+    EXPECT_EQ(receive(5), line("doors", "UPDATE doors SET name='raw' WHERE id=50") +
+                              line("doors", "INSERT INTO doors(id, name) VALUES(200, 'new')") +
+                              line("doors", "UPDATE doors SET name='first' WHERE id=3") +
+                              line("doors", "INSERT INTO doors(id, name) VALUES(201, 'newer')") +
+                              line("doors", "UPDATE doors SET name='second' WHERE id=4"));
+    EXPECT_EQ(cache.size(), 23u);
 }
 
 TEST_F(cas_broadcast_hook_test, logs_queue_limits_and_failed_sends) {
