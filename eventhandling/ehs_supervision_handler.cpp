@@ -11,6 +11,7 @@ namespace {
 
 constexpr uint32_t begin_retries = 500;
 constexpr uint32_t commit_retries = 50;
+constexpr float two_to_the_64 = 18446744073709551616.0f;
 
 void publish_signal_loss(ac_mqtt_client_interface& client, const char* topic, uint64_t hardware_id) {
     msg_event_hwid_c message;
@@ -31,7 +32,18 @@ uint64_t ehs_supervision_handler_c::allowed_silence(uint64_t supervision_period)
     // float arithmetic, and 100 s * 2 * 1.05f is 209.99998, which truncates to 209.
     float doubled = static_cast<float>(supervision_period) * 2.0f;
     float allowed = doubled * 1.05f;
+    // From a period of about 2^63 s on, the product no longer fits 64 bits, and converting it
+    // anyway is undefined: x86-64 gives 0 (missing at once), 32-bit ARM the largest value. Both
+    // now get the largest value, the nearest to 2.1 periods.
+    if (allowed >= two_to_the_64) return UINT64_MAX;
     return static_cast<uint64_t>(allowed);
+}
+
+bool ehs_supervision_handler_c::silent_too_long(uint64_t last_sign_of_life, uint64_t supervision_period,
+                                                uint64_t now) {
+    // Without wrapping: a huge time or period from the database means "not missing".
+    uint64_t allowed = allowed_silence(supervision_period);
+    return last_sign_of_life < now && now - last_sign_of_life > allowed;
 }
 
 void ehs_supervision_handler_c::read_supervision_mode() {
@@ -80,7 +92,7 @@ void ehs_supervision_handler_c::check_supervision_of_lorivant(uint64_t now, cons
     } catch (const db_exception_t& e) {
         ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "check_supervision_of_lorivant", "%s", e.what());
     }
-    if (last_sign_of_life + allowed_silence(lorivant.supervision_period) >= now) return;
+    if (!silent_too_long(last_sign_of_life, lorivant.supervision_period, now)) return;
 
     ac_log_uncategorised(AC_LOG_INFO, "supervision for lorivant %d is missing",
                          static_cast<int>(lorivant.id));
@@ -91,7 +103,7 @@ void ehs_supervision_handler_c::check_supervision_of_lorivant(uint64_t now, cons
 
 void ehs_supervision_handler_c::check_supervision_of_repeater(uint64_t now, const repeater_t& repeater) {
     if (repeater.supervision_missing) return;
-    if (repeater.supervision_time + allowed_silence(repeater.supervision_period) >= now) return;
+    if (!silent_too_long(repeater.supervision_time, repeater.supervision_period, now)) return;
 
     ac_log_uncategorised(AC_LOG_INFO, "supervision for repeater %d is missing",
                          static_cast<int>(repeater.id));

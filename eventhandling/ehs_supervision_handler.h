@@ -37,7 +37,11 @@ public:
                                     const std::function<void()>& publication);
 
     // 2.1 periods, computed in single precision and truncated: a period of 100 s allows 209 s.
+    // A product beyond 64 bits (periods from about 2^63 s on) gives the largest value.
     static uint64_t allowed_silence(uint64_t supervision_period);
+    // True when more than the allowed silence has passed since the last sign of life, computed
+    // without overflow (a sign of life at or after `now` is never too long ago).
+    static bool silent_too_long(uint64_t last_sign_of_life, uint64_t supervision_period, uint64_t now);
 
     bool supervision_mode() const { return supervision_mode_; }
 

@@ -21,6 +21,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -29,7 +30,7 @@
 namespace {
 
 struct options_t {
-    long count = 0;          // 0: no limit
+    uint64_t count = 0;      // 0: no limit
     double idle_seconds = 0; // 0: wait for ever
     bool quiet = false;
 };
@@ -67,8 +68,11 @@ bool parse(int argc, char** argv, options_t& options) {
         char* end = nullptr;
         switch (option) {
         case 'n':
-            options.count = strtol(optarg, &end, 10);
-            if (*optarg == '\0' || *end != '\0' || options.count <= 0) return false;
+            // The same limits on 32- and 64-bit: strtol would stop at 2^31 - 1 on the controller.
+            errno = 0;
+            options.count = strtoull(optarg, &end, 10);
+            if (*optarg < '0' || *optarg > '9' || *end != '\0' || errno == ERANGE || options.count == 0)
+                return false;
             break;
         case 't':
             options.idle_seconds = strtod(optarg, &end);
@@ -116,7 +120,7 @@ int main(int argc, char** argv) {
         return 1;
     }
 
-    long received = 0;
+    uint64_t received = 0;
     while (options.count == 0 || received < options.count) {
         cas_broadcast_message_t message{};
         int result = receive(msqid, message, options);
@@ -134,6 +138,6 @@ int main(int argc, char** argv) {
         putchar('\n');
         fflush(stdout);
     }
-    if (options.quiet) printf("%ld\n", received);
+    if (options.quiet) printf("%llu\n", static_cast<unsigned long long>(received));
     return 0;
 }

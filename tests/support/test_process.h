@@ -10,7 +10,9 @@
 class process_c {
 public:
     // Starts argv[0] (searched in PATH) with the current environment plus `env`; a key written
-    // "!NAME" unsets NAME. stdout and stderr go to the given files when not empty.
+    // "!NAME" unsets NAME. stdout and stderr go to the given files when not empty. In a cross
+    // build whose tests run under an emulator, a program built for the target is started under
+    // that emulator too (EHS_TEST_EMULATOR overrides the configured one); host programs are not.
     process_c(const std::vector<std::string>& argv, const std::map<std::string, std::string>& env = {},
               const std::string& stdout_path = "", const std::string& stderr_path = "");
     ~process_c(); // SIGKILL and reap if still running
