@@ -4,8 +4,6 @@
 
 namespace {
 
-using reactions_t = std::vector<std::string>;
-
 const std::string alarm_reactions[] = {
     R"(event_reactions/camera/video {"camera_id":1})",
     R"(event_reactions/external_io/output {"connector":"output1","signal":"Open Timed","delay_start":0,"duration":180})"};
@@ -24,11 +22,13 @@ TEST_F(ehs_handler_failure_test, write_locked_database_loses_the_row_but_not_the
     peer_.publish("events/alarmsystem/alarm", R"({"alarmsystem_id":1})");
     auto reactions = settle(std::chrono::seconds(100));
     db_.exec("ROLLBACK");
-    EXPECT_EQ(reactions, reactions_t(std::begin(alarm_reactions), std::end(alarm_reactions)));
+    EXPECT_EQ(reactions, lines_t(std::begin(alarm_reactions), std::end(alarm_reactions)));
     EXPECT_EQ(event_log(), "");
     // One line, naming the message: after the failed begin there is nothing to roll back.
-    EXPECT_EQ(log_lines(), (reactions_t{"write_event_log_with_transaction(): failed to write event log "
-                                        "[message_id=40] : \"BEGIN IMMEDIATE\" failed"}));
+    EXPECT_EQ(
+        log_lines(),
+        (lines_t{"ERROR [EVENTHANDLING] in write_event_log_with_transaction(): failed to write event log "
+                 "[message_id=40] : \"BEGIN IMMEDIATE\" failed"}));
     // Once the lock is gone the next event is logged again.
     EXPECT_EQ(reactions_to("events/alarmsystem/alarm", R"({"alarmsystem_id":1})").size(), 2u);
     EXPECT_EQ(event_log(), "40|4|0|0\n");
@@ -37,9 +37,11 @@ TEST_F(ehs_handler_failure_test, write_locked_database_loses_the_row_but_not_the
 TEST_F(ehs_handler_failure_test, failed_insert_is_rolled_back_and_releases_the_database) {
     db_.exec("DELETE FROM sqlite_sequence WHERE name='event_log'"); // the insert needs the counter
     start();
-    EXPECT_EQ(reactions_to("events/control/tamper", "{}"), (reactions_t{tamper_output, tamper_email}));
-    EXPECT_EQ(log_lines(), reactions_t{"write_event_log_with_transaction(): failed to write event log "
-                                       "[message_id=29] : empty query"});
+    EXPECT_EQ(reactions_to("events/control/tamper", "{}"), (lines_t{tamper_output, tamper_email}));
+    EXPECT_EQ(
+        log_lines(),
+        lines_t{"ERROR [EVENTHANDLING] in write_event_log_with_transaction(): failed to write event log "
+                "[message_id=29] : empty query"});
     db_.exec("BEGIN IMMEDIATE; INSERT INTO sqlite_sequence(name, seq) VALUES ('event_log', 0); COMMIT");
     EXPECT_EQ(reactions_to("events/control/tamper", "{}").size(), 2u);
     EXPECT_EQ(event_log(), "29|4|0|0\n");
@@ -59,10 +61,10 @@ TEST_F(ehs_handler_failure_test, unknown_default_language_ends_the_lookup_at_the
              "VALUES (205, 20, 22, 4, 1, 2)");
     start();
     EXPECT_EQ(reactions_to("events/control/internet_lost", "{}"),
-              reactions_t{R"(event_reactions/external_io/output )"
-                          R"({"connector":"output2","signal":"Closed Timed","delay_start":1,"duration":2})"});
-    EXPECT_EQ(log_lines(),
-              reactions_t{"find_event_reactions(): failed to get default default_language: empty query"});
+              lines_t{R"(event_reactions/external_io/output )"
+                      R"({"connector":"output2","signal":"Closed Timed","delay_start":1,"duration":2})"});
+    EXPECT_EQ(log_lines(), lines_t{"ERROR [EVENTHANDLING] in find_event_reactions(): failed to get default "
+                                   "default_language: empty query"});
     EXPECT_EQ(event_log(), "27|4|0|0\n");
 }
 
@@ -71,12 +73,13 @@ TEST_F(ehs_handler_failure_test, failed_reaction_read_keeps_what_was_read_before
     start();
     // Event 1: its camera reaction is read before its e-mail reaction fails.
     EXPECT_EQ(reactions_to("events/end_device/access_denied", R"({"hardware_id":1001001,"tag_id":"04A1"})"),
-              reactions_t{R"(event_reactions/camera/snapshot {"camera_id":1})"});
-    EXPECT_EQ(reactions_to("events/control/tamper", "{}"), reactions_t{tamper_output});
+              lines_t{R"(event_reactions/camera/snapshot {"camera_id":1})"});
+    EXPECT_EQ(reactions_to("events/control/tamper", "{}"), lines_t{tamper_output});
     EXPECT_EQ(event_log(), "29|4|0|0\n");
-    const std::string prepare = "sqlite3_statement_holder_t(): prepare statement failed: SQL logic error",
-                      lookup = "find_event_reactions(): db statement failed: SQL logic error";
-    EXPECT_EQ(log_lines(), (reactions_t{prepare, lookup, prepare, lookup}));
+    const std::string
+        prepare = "ERROR [MODEL] in sqlite3_statement_holder_t(): prepare statement failed: SQL logic error",
+        lookup = "ERROR [EVENTHANDLING] in find_event_reactions(): db statement failed: SQL logic error";
+    EXPECT_EQ(log_lines(), (lines_t{prepare, lookup, prepare, lookup}));
 }
 
 // A type outside the five kinds makes the event source DAO throw a logic error, not a database
@@ -84,9 +87,10 @@ TEST_F(ehs_handler_failure_test, failed_reaction_read_keeps_what_was_read_before
 TEST_F(ehs_handler_failure_test, corrupt_source_type_ends_the_lookup_but_not_the_service) {
     db_.exec("UPDATE event_source SET type='Lorivant' WHERE id % 1000 = 6");
     start();
-    EXPECT_EQ(reactions_to("events/control/tamper", "{}"), reactions_t{});
+    EXPECT_EQ(reactions_to("events/control/tamper", "{}"), lines_t{});
     EXPECT_EQ(event_log(), "29|4|0|0\n");
-    EXPECT_EQ(log_lines(), reactions_t{"find_event_reactions(): invalid value for sourceType"});
+    EXPECT_EQ(log_lines(),
+              lines_t{"ERROR [EVENTHANDLING] in find_event_reactions(): invalid value for sourceType"});
     EXPECT_EQ(reactions_to("events/alarmsystem/alarm", R"({"alarmsystem_id":1})").size(), 2u);
 }
 

@@ -1,11 +1,11 @@
 #pragma once
 // Handlers the way the service runs them: a real broker, the shared client's loop on its own
 // thread, a real database. A peer plays the controller's other services: it publishes events
-// and records every "event_reactions/..." command.
+// and records every "event_reactions/..." command (and whatever else it is told to follow).
 //
 // settle() proves that everything sent so far was handled: the client has an extra topic whose
 // callback answers on "event_reactions/~marker". The client handles messages one at a time and
-// publishes in order, so once the answer is in, every reaction of earlier messages is in too.
+// publishes in order, so once the answer is in, every publication before it is in too.
 #include "eventhandling/ehs_alarm_handler.h"
 #include "eventhandling/ehs_battery_warning_handler.h"
 #include "eventhandling/ehs_input_handler.h"
@@ -29,10 +29,13 @@
 #include <thread>
 #include <vector>
 
+using lines_t = std::vector<std::string>;
+
 class ehs_handler_test_c : public testing::Test {
 protected:
-    explicit ehs_handler_test_c(test_database_c::content_e content = test_database_c::WITH_DEMO)
-        : db_(content) {}
+    explicit ehs_handler_test_c(test_database_c::content_e content = test_database_c::WITH_DEMO,
+                                const lines_t& filters = {"event_reactions/#"})
+        : db_(content), peer_(broker_.port(), filters) {}
 
     void SetUp() override {
         ac_log_init(AC_LOG_ERROR);
@@ -55,6 +58,10 @@ protected:
         handlers_.push_back(std::make_shared<ehs_input_handler_c>(client_, db_.registry()));
         handlers_.push_back(std::make_shared<ehs_simple_event_handler_c>(client_, db_.registry()));
         handlers_.push_back(std::make_shared<ehs_simple_event_log_handler_c>(client_, db_.registry()));
+        connect();
+    }
+
+    void connect() {
         // '~' sorts after every event topic: once the marker is answered, all topics are subscribed.
         client_->register_topic("~marker", [this](const mosquitto_message* m) {
             client_->publish(marker_answer, std::string(static_cast<const char*>(m->payload), m->payloadlen),
@@ -70,12 +77,12 @@ protected:
             std::chrono::seconds(10)));
     }
 
-    // The commands published since the last call, as "topic payload", markers left out.
-    std::vector<std::string> settle(std::chrono::seconds timeout = std::chrono::seconds(10)) {
+    // The messages published since the last call, as "topic payload", markers left out.
+    lines_t settle(std::chrono::seconds timeout = std::chrono::seconds(10)) {
         const std::string token = std::to_string(++settles_);
         peer_.publish("~marker", token);
         EXPECT_TRUE(wait_until([&] { return answered(token); }, timeout)) << "no answer to marker " << token;
-        std::vector<std::string> out;
+        lines_t out;
         auto all = peer_.received();
         for (; taken_ < all.size() && !(all[taken_].topic == marker_answer && all[taken_].payload == token);
              ++taken_)
@@ -84,7 +91,7 @@ protected:
         return out;
     }
 
-    std::vector<std::string> reactions_to(const std::string& topic, const std::string& payload) {
+    lines_t reactions_to(const std::string& topic, const std::string& payload) {
         peer_.publish(topic, payload);
         return settle();
     }
@@ -94,12 +101,12 @@ protected:
             "SELECT message_id, event_log_group_id, lorivant_id, camera_id FROM event_log ORDER BY id");
     }
 
-    // "function(): message" of every log line, time stamp, level and category cut off.
-    std::vector<std::string> log_lines() {
-        std::vector<std::string> out;
+    // The log lines without their time stamp ("11/04/2026 9:05:03 "): level, category, function, text.
+    lines_t log_lines() {
+        lines_t out;
         std::istringstream text(read_file(log_path_));
         for (std::string line; std::getline(text, line);)
-            if (!line.empty()) out.push_back(line.substr(line.find("] in ") + 5));
+            out.push_back(line.substr(line.find(' ', line.find(' ') + 1) + 1));
         return out;
     }
 
@@ -108,7 +115,7 @@ protected:
     std::string log_path_ = dir_.file("ehs.log");
     test_broker_c broker_;
     std::shared_ptr<ac_mqtt_client_c> client_ = std::make_shared<ac_mqtt_client_c>("ehs_mqtt_client");
-    test_mqtt_peer_c peer_{broker_.port(), {"event_reactions/#"}};
+    test_mqtt_peer_c peer_;
 
 private:
     static constexpr const char* marker_answer = "event_reactions/~marker";

@@ -70,7 +70,8 @@ protected:
     void connect_and_loop() {
         client_.init("127.0.0.1", broker_.port(), 60, 1);
         loop_ = std::thread([this] { client_.loop_forever(); });
-        ASSERT_TRUE(wait_until([this] { return client_.is_connected(); }, 10s));
+        // The connection hook runs after the subscriptions, so it is the sign that both are done.
+        ASSERT_TRUE(wait_until([this] { return client_.connections.load() == 1; }, 10s));
     }
 
     // Publishing a marker last and waiting for it proves that everything before it was handled.

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -23,18 +23,23 @@ protected:
     temp_dir_c dir_;
 };
 
-// The time stamp is month first with an unpadded hour; everything after it is fixed text.
-const std::regex stamp("[0-9]{2}/[0-9]{2}/[0-9]{4} [0-9]{1,2}:[0-9]{2}:[0-9]{2}");
+// Every digit as '9', so a time stamp can be compared with its layout.
+std::string shape(std::string text) {
+    for (char& c : text)
+        if (c >= '0' && c <= '9') c = '9';
+    return text;
+}
 
 TEST_F(ac_log_test, categorised_line_has_stamp_level_category_and_function) {
     std::string path = start_logging(AC_LOG_ERROR);
     ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "write_event_log_with_transaction", "failed %d", 7);
     std::string text = read_file(path);
-    std::smatch match;
-    ASSERT_TRUE(std::regex_search(text, match, stamp)) << text;
-    EXPECT_EQ(match.position(0), 0);
-    EXPECT_EQ(text.substr(static_cast<size_t>(match.length(0))),
-              " ERROR [EVENTHANDLING] in write_event_log_with_transaction(): failed 7\n");
+    // Month first with an unpadded hour; everything after the stamp is fixed text.
+    size_t end = text.find(" ERROR ");
+    ASSERT_NE(end, std::string::npos) << text;
+    std::string stamp = shape(text.substr(0, end));
+    EXPECT_TRUE(stamp == "99/99/9999 9:99:99" || stamp == "99/99/9999 99:99:99") << text;
+    EXPECT_EQ(text.substr(end), " ERROR [EVENTHANDLING] in write_event_log_with_transaction(): failed 7\n");
 }
 
 TEST_F(ac_log_test, threshold_drops_less_severe_categorised_lines_but_not_uncategorised_ones) {
@@ -50,34 +55,20 @@ TEST_F(ac_log_test, threshold_drops_less_severe_categorised_lines_but_not_uncate
 
 TEST_F(ac_log_test, every_category_name_and_bounds) {
     std::string path = start_logging(AC_LOG_DEBUG);
-    const char* names[] = {"UTILS",
-                           "PROTOCOL",
-                           "TRANSPORT",
-                           "CONTROLLER",
-                           "MODEL",
-                           "REST",
-                           "MESSAGES",
-                           "EVENTHANDLING",
-                           "EVENTREACTIONS",
-                           "IOSERVICE",
-                           "ALARMSYSTEMSERVICE",
-                           "CASCADINGSERVICE",
-                           "BUTTONSERVICE",
-                           "BACKUPSERVICE",
-                           "SYSSTARTEVENTLOGGER",
-                           "SETHOSTNAMESERVICE",
-                           "NABTO",
-                           "NIGHTLYJOBBER"};
+    std::istringstream names("UTILS PROTOCOL TRANSPORT CONTROLLER MODEL REST MESSAGES EVENTHANDLING "
+                             "EVENTREACTIONS IOSERVICE ALARMSYSTEMSERVICE CASCADINGSERVICE BUTTONSERVICE "
+                             "BACKUPSERVICE SYSSTARTEVENTLOGGER SETHOSTNAMESERVICE NABTO NIGHTLYJOBBER");
     for (int category = 0; category < AC_LOG_CAT_COUNT; ++category)
         ac_log(AC_LOG_INFO, category, "f", "c%d", category);
     ac_log(AC_LOG_ERROR, 18, "f", "category 18 dropped");
     ac_log(AC_LOG_ERROR, -1, "f", "negative category dropped");
     std::string text = read_file(path);
-    for (int category = 0; category < AC_LOG_CAT_COUNT; ++category) {
-        std::string expected =
-            std::string(" INFO [") + names[category] + "] in f(): c" + std::to_string(category);
-        EXPECT_NE(text.find(expected + "\n"), std::string::npos) << expected;
+    int category = 0;
+    for (std::string name; names >> name; ++category) {
+        std::string expected = " INFO [" + name + "] in f(): c" + std::to_string(category) + "\n";
+        EXPECT_NE(text.find(expected), std::string::npos) << expected;
     }
+    EXPECT_EQ(category, AC_LOG_CAT_COUNT);
     EXPECT_EQ(text.find("dropped"), std::string::npos);
 }
 

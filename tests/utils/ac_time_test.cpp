@@ -6,15 +6,16 @@
 #include <csignal>
 #include <cstdlib>
 #include <pthread.h>
-#include <regex>
 #include <thread>
 
 TEST(ac_time_test, abs_time_is_iso_8601_with_numeric_zone) {
     setenv("TZ", "UTC", 1);
     tzset();
     EXPECT_EQ(ac_get_abs_time(1762247103), "2025-11-04T09:05:03+0000");
-    EXPECT_TRUE(
-        std::regex_match(ac_get_abs_time(), std::regex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9:]{8}[+-][0-9]{4}")));
+    std::string now = ac_get_abs_time();
+    for (char& c : now)
+        if (c >= '0' && c <= '9') c = '9';
+    EXPECT_EQ(now, "9999-99-99T99:99:99+9999");
 }
 
 TEST(ac_time_test, sys_time_in_ms_and_ns_agree_and_subtract_their_start) {

@@ -7,27 +7,11 @@
 
 namespace {
 
-std::string sw_error(const char* text, uint8_t& major, uint8_t& minor, uint8_t& revision) {
+// The text of the logic error that `parse` throws, "" when it throws none.
+template <typename F>
+std::string error_of(F parse) {
     try {
-        ac_parse_sw_version(text, major, minor, revision);
-    } catch (const std::logic_error& e) {
-        return e.what();
-    }
-    return "";
-}
-
-std::string hw_error(const char* text, uint8_t& major, uint8_t& minor) {
-    try {
-        ac_parse_hw_version(text, major, minor);
-    } catch (const std::logic_error& e) {
-        return e.what();
-    }
-    return "";
-}
-
-std::string fw_error(const char* text, uint16_t& major, uint16_t& minor) {
-    try {
-        ac_parse_fw_version(text, major, minor);
+        parse();
     } catch (const std::logic_error& e) {
         return e.what();
     }
@@ -61,49 +45,55 @@ TEST(ac_version_test, sw_versions) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
         uint8_t major = 99, minor = 99, revision = 99;
-        EXPECT_EQ(sw_error(c.text, major, minor, revision), c.error);
+        EXPECT_EQ(error_of([&] { ac_parse_sw_version(c.text, major, minor, revision); }), c.error);
         EXPECT_EQ(major, c.major < 0 ? 99 : c.major);
         EXPECT_EQ(minor, c.minor < 0 ? 99 : c.minor);
         EXPECT_EQ(revision, c.revision < 0 ? 99 : c.revision);
     }
     uint8_t a = 0, b = 0, c = 0;
-    EXPECT_EQ(sw_error(nullptr, a, b, c), "sw version string is empty");
+    EXPECT_EQ(error_of([&] { ac_parse_sw_version(nullptr, a, b, c); }), "sw version string is empty");
 }
 
 TEST(ac_version_test, hw_versions) {
     uint8_t major = 99, minor = 99;
-    EXPECT_EQ(hw_error("1.x", major, minor), "hw version minor valus is invalid");
+    auto hw_error = [&](const char* text) {
+        return error_of([&] { ac_parse_hw_version(text, major, minor); });
+    };
+    EXPECT_EQ(hw_error("1.x"), "hw version minor valus is invalid");
     EXPECT_EQ(major, 1);
     EXPECT_EQ(minor, 99);
-    EXPECT_EQ(hw_error("3.4", major, minor), "");
+    EXPECT_EQ(hw_error("3.4"), "");
     EXPECT_EQ(major, 3);
     EXPECT_EQ(minor, 4);
-    EXPECT_EQ(hw_error("1.2.3", major, minor), "hw version must consist of two decimal values");
-    EXPECT_EQ(hw_error(".1", major, minor), "hw version major value is empty");
-    EXPECT_EQ(hw_error("1.", major, minor), "hw version minor value is empty");
-    EXPECT_EQ(hw_error("y.1", major, minor), "hw version major valus is invalid");
-    EXPECT_EQ(hw_error("257.1", major, minor), "hw version major valus is too large");
-    EXPECT_EQ(hw_error("1.257", major, minor), "hw version minor valus is too large");
-    EXPECT_EQ(hw_error(nullptr, major, minor), "hw version string is empty");
+    EXPECT_EQ(hw_error("1.2.3"), "hw version must consist of two decimal values");
+    EXPECT_EQ(hw_error(".1"), "hw version major value is empty");
+    EXPECT_EQ(hw_error("1."), "hw version minor value is empty");
+    EXPECT_EQ(hw_error("y.1"), "hw version major valus is invalid");
+    EXPECT_EQ(hw_error("257.1"), "hw version major valus is too large");
+    EXPECT_EQ(hw_error("1.257"), "hw version minor valus is too large");
+    EXPECT_EQ(hw_error(nullptr), "hw version string is empty");
 }
 
 TEST(ac_version_test, fw_versions) {
     uint16_t major = 99, minor = 99;
-    EXPECT_EQ(fw_error("1.2.3", major, minor), "");
+    auto fw_error = [&](const char* text) {
+        return error_of([&] { ac_parse_fw_version(text, major, minor); });
+    };
+    EXPECT_EQ(fw_error("1.2.3"), "");
     EXPECT_EQ(major, 1);
     EXPECT_EQ(minor, 2);
-    EXPECT_EQ(fw_error("65536.1", major, minor), "");
+    EXPECT_EQ(fw_error("65536.1"), "");
     EXPECT_EQ(major, 0);
     EXPECT_EQ(minor, 1);
-    EXPECT_EQ(fw_error("7", major, minor), "fw version must consist of two decimal values, but is: 7");
+    EXPECT_EQ(fw_error("7"), "fw version must consist of two decimal values, but is: 7");
     // The fw major texts say "value" where the others say "valus".
-    EXPECT_EQ(fw_error("x.1", major, minor), "fw version major value is invalid");
-    EXPECT_EQ(fw_error("65537.1", major, minor), "fw version major value is too large");
-    EXPECT_EQ(fw_error(".1", major, minor), "fw version major value is empty");
-    EXPECT_EQ(fw_error("1.", major, minor), "fw version minor value is empty");
-    EXPECT_EQ(fw_error("1.z", major, minor), "fw version minor valus is invalid");
-    EXPECT_EQ(fw_error("1.65537", major, minor), "fw version minor valus is too large");
-    EXPECT_EQ(fw_error(nullptr, major, minor), "fw version string is empty");
+    EXPECT_EQ(fw_error("x.1"), "fw version major value is invalid");
+    EXPECT_EQ(fw_error("65537.1"), "fw version major value is too large");
+    EXPECT_EQ(fw_error(".1"), "fw version major value is empty");
+    EXPECT_EQ(fw_error("1."), "fw version minor value is empty");
+    EXPECT_EQ(fw_error("1.z"), "fw version minor valus is invalid");
+    EXPECT_EQ(fw_error("1.65537"), "fw version minor valus is too large");
+    EXPECT_EQ(fw_error(nullptr), "fw version string is empty");
 }
 
 TEST(ac_version_test, decimal_conversion) {
