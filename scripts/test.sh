@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds everything and runs every test (unit and end-to-end, code format included).
-# Usage: scripts/test.sh          (build dir: ./build)
+# Builds everything and runs every test (unit, end-to-end and the quick fault suite, code format
+# included), each fuzz target for a bounded time, then the tests again under the sanitizers.
+# Usage: scripts/test.sh          (build dirs: ./build, ./build-fuzz, ./build-asan, ./build-tsan)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -12,5 +13,6 @@ cmake -S . -B build -DEHS_BUILD_TESTS=ON >/dev/null
 cmake --build build -j "$jobs"
 # Every deserializer gets arbitrary bytes for a bounded time (longer runs: scripts/fuzz.sh 600).
 scripts/fuzz.sh 20
-cd build
-ctest --output-on-failure -j "$jobs"
+(cd build && ctest --output-on-failure -j "$jobs")
+# ASan+UBSan over every test, TSan over the suites where threads meet.
+scripts/sanitize.sh
