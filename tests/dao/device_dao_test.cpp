@@ -1,45 +1,7 @@
-#include "dao/alarmsystem_dao.h"
-#include "dao/connector_dao.h"
-#include "dao/lorivant_dao.h"
-#include "dao/repeater_dao.h"
+#include "tests/dao/record_text.h"
 #include "tests/support/test_database.h"
 
 #include <gtest/gtest.h>
-
-namespace {
-
-std::string text(const lorivant_t& l) {
-    return std::to_string(l.id) + "|" + std::to_string(l.hardware_id) + "|" + l.name + "|" +
-           std::to_string(l.repeater_id) + "|" + std::to_string(l.supervision_period) + "|" +
-           std::to_string(l.supervision_time) + "|" + std::to_string(l.supervision_missing) + "|" +
-           std::to_string(l.office_mode) + "|" + std::to_string(l.office_mode_event_reaction_id) + "|" +
-           std::to_string(l.office_mode_event_timestamp) + "|" +
-           std::to_string(l.office_mode_event_duration) + "|" +
-           std::to_string(l.office_mode_event_counts_remaining) + "|" + std::to_string(l.panic_mode_active);
-}
-std::string text(const repeater_t& r) {
-    return std::to_string(r.id) + "|" + std::to_string(r.serial_number) + "|" + r.name + "|" +
-           std::to_string(r.supervision_period) + "|" + std::to_string(r.supervision_time) + "|" +
-           std::to_string(r.supervision_missing);
-}
-std::string text(const connector_t& c) {
-    return std::to_string(c.id) + "|" + c.direction + "|" + std::to_string(c.number) + "|" +
-           std::to_string(c.current_state) + "|" + c.applications;
-}
-std::string text(const alarmsystem_t& a) {
-    return std::to_string(a.id) + "|" + a.name + "|" + std::to_string(a.status) + "|" +
-           std::to_string(a.last_disarm_time) + "|" + std::to_string(a.last_arm_time) + "|" +
-           std::to_string(a.disarm_by_guard);
-}
-template <typename T>
-std::string texts(const std::vector<T>& records) {
-    std::string out;
-    for (const T& r : records)
-        out += text(r) + "\n";
-    return out;
-}
-
-} // namespace
 
 TEST(device_dao_test, door_components_are_found_by_hardware_id_and_id) {
     test_database_c db(test_database_c::WITH_DEMO);

@@ -1,54 +1,10 @@
-#include "dao/event_source_dao.h"
-
 #include "db/db_exception.h"
+#include "tests/dao/record_text.h"
 #include "tests/support/test_database.h"
 
 #include <gtest/gtest.h>
 
 namespace {
-
-// Fields as "a|b|c", numbers in decimal, so that a whole record compares in one line.
-std::string field(const std::string& text) {
-    return text;
-}
-template <typename N>
-std::string field(N number) {
-    return std::to_string(number);
-}
-template <typename... T>
-std::string join(const T&... values) {
-    std::string out;
-    int i = 0;
-    ((out += (i++ ? "|" : "") + field(values)), ...);
-    return out;
-}
-
-std::string text(const std::vector<event_source_t>& sources) {
-    std::string out;
-    for (const auto& s : sources)
-        out += join(s.id(), s.name(), s.type()) + "\n";
-    return out;
-}
-
-std::string text(const event_source_t& s) {
-    return text(std::vector<event_source_t>{s});
-}
-
-// The common fields, then each detail group that is set, so that a stray group shows.
-std::string text(const associated_event_source_t& a) {
-    std::string out = join(a.event_id, a.event_source_id, a.name, a.type);
-    if (const auto& l = a.lorivant)
-        out += " lorivant " + join(l->lorivant_id, l->access_group_id, l->schedule_table_id, l->with_holidays,
-                                   l->user_group_id);
-    if (a.repeater) out += " repeater " + join(a.repeater->repeater_id);
-    if (const auto& i = a.input)
-        out += " input " +
-               join(i->connector_id, i->activate_signal, i->number, i->current_state, i->applications);
-    if (const auto& s = a.alarmsystem)
-        out += " alarmsystem " + join(s->alarmsystem, s->name, s->status, s->last_disarm_time,
-                                      s->last_arm_time, s->disarm_by_guard);
-    return out;
-}
 
 void expect_invalid_type(const std::function<void()>& call) {
     try {
@@ -75,9 +31,9 @@ TEST_F(event_source_dao_test, catalogue_per_language_with_reduced_ids) {
     std::vector<event_source_t> english, german;
     dao_->get_event_sources("en", english);
     dao_->get_event_sources("de", german);
-    EXPECT_EQ(text(english),
+    EXPECT_EQ(texts(english),
               db_.rows("SELECT id, name, type FROM event_source WHERE lang_code=1 ORDER BY id"));
-    EXPECT_EQ(text(german),
+    EXPECT_EQ(texts(german),
               db_.rows("SELECT id-1000, name, type FROM event_source WHERE lang_code=2 ORDER BY id"));
     EXPECT_EQ(german.size(), 20u);
 
@@ -96,20 +52,20 @@ TEST_F(event_source_dao_test, catalogue_per_language_with_reduced_ids) {
 TEST_F(event_source_dao_test, single_source_by_name_and_by_id) {
     event_source_t source;
     ASSERT_TRUE(dao_->get_event_source_by_name("de", "Alarm", source));
-    EXPECT_EQ(text(source), "13|Alarm|alarmsystem\n");
+    EXPECT_EQ(text(source), "13|Alarm|alarmsystem");
     ASSERT_TRUE(dao_->get_event_source_by_name_and_type("en", "hotkey pressed", "general", source));
-    EXPECT_EQ(text(source), "16|hotkey pressed|general\n");
+    EXPECT_EQ(text(source), "16|hotkey pressed|general");
     EXPECT_FALSE(dao_->get_event_source_by_name("de", "alarm", source));
     EXPECT_FALSE(dao_->get_event_source_by_name_and_type("en", "alarm", "general", source));
-    EXPECT_EQ(text(source), "16|hotkey pressed|general\n");
+    EXPECT_EQ(text(source), "16|hotkey pressed|general");
 
     // The raw id of the translated row and the reduced id find the same source; the id given is echoed.
     ASSERT_TRUE(dao_->get_event_source_by_id(1012, "en", source));
-    EXPECT_EQ(text(source), "1012|input changed|externalInput\n");
+    EXPECT_EQ(text(source), "1012|input changed|externalInput");
     ASSERT_TRUE(dao_->get_event_source_by_id(12, "en", source));
-    EXPECT_EQ(text(source), "12|input changed|externalInput\n");
+    EXPECT_EQ(text(source), "12|input changed|externalInput");
     ASSERT_TRUE(dao_->get_event_source_by_id(12, "de", source));
-    EXPECT_EQ(text(source), "12|Eingang geändert|externalInput\n");
+    EXPECT_EQ(text(source), "12|Eingang geändert|externalInput");
     EXPECT_FALSE(dao_->get_event_source_by_id(21, "en", source));
 }
 
@@ -153,7 +109,7 @@ TEST_F(event_source_dao_test, corrupt_type_fails_the_whole_call) {
     expect_invalid_type([] { event_source_t(1, "x", "door"); });
     event_source_t source(5, "tag unknown", "lorivant");
     expect_invalid_type([&] { source.fill(6, "x", "Lorivant"); });
-    EXPECT_EQ(text(source), "5|tag unknown|lorivant\n");
+    EXPECT_EQ(text(source), "5|tag unknown|lorivant");
 
     db_.exec("UPDATE event_source SET type='door' WHERE id=1005");
     std::vector<event_source_t> sources;

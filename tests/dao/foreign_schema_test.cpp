@@ -2,20 +2,8 @@
 // another column order, other declared types, columns this service never names, no foreign keys.
 // The DAOs name every column they touch, so every read and write must come out the same on such a
 // copy of the demo installation as on the project's own layout.
-#include "dao/alarmsystem_dao.h"
-#include "dao/camera_event_reaction_dao.h"
-#include "dao/connector_dao.h"
-#include "dao/email_event_reaction_dao.h"
-#include "dao/event_dao.h"
-#include "dao/event_log_dao.h"
-#include "dao/event_source_dao.h"
-#include "dao/hotkey_dao.h"
-#include "dao/language_dao.h"
-#include "dao/lorivant_dao.h"
-#include "dao/lorivant_event_reaction_dao.h"
-#include "dao/output_event_reaction_dao.h"
-#include "dao/repeater_dao.h"
 #include "dao/settings_dao.h"
+#include "tests/dao/record_text.h"
 #include "tests/support/test_database.h"
 
 #include <gtest/gtest.h>
@@ -50,80 +38,39 @@ std::string dump(test_database_c& db, test_database_c& layout) {
                                names + " || ';' FROM sqlite_master m WHERE type='table'"));
 }
 
-// Records as "a|b|c\n", numbers in decimal, so that whole results compare as text.
-std::string field(const std::string& text) {
-    return text;
-}
-template <typename N>
-std::string field(N number) {
-    return std::to_string(number);
-}
-template <typename... T>
-std::string join(const T&... values) {
-    std::string out;
-    int i = 0;
-    ((out += (i++ ? "|" : "") + field(values)), ...);
-    return out + "\n";
-}
 // Every read the handlers make, and those of the other services named in the DAO interfaces.
 std::string reads(test_database_c& db) {
     auto events = db.dao<event_dao_t>();
     auto sources = db.dao<event_source_dao_t>();
     auto log = db.dao<event_log_dao_t>();
-    std::string out;
+    auto modes = db.dao<lorivant_event_reaction_dao_t>();
     std::vector<event_t> configured;
     for (uint64_t source = 1; source <= 20; ++source)
         events->get_events_of_event_source(source, configured);
     event_t event;
     if (events->get_event(2, event)) configured.push_back(event);
-    for (const event_t& e : configured)
-        out += join(e.id, e.name, e.associated_event_source_id, e.hotkey_id, e.camera_event_reaction_id,
-                    e.output_event_reaction_id, e.email_event_reaction_id, e.lorivant_event_reaction_id);
+    std::string out = texts(configured);
     for (const char* lang : {"en", "de"})
         for (uint64_t id = 51; id <= 66; ++id) {
             associated_event_source_t a;
             sources->get_associated_event(id, a, lang);
-            out += join(a.event_id, a.event_source_id, a.name, a.type);
-            if (const auto& l = a.lorivant)
-                out += "L" + join(l->lorivant_id, l->access_group_id, l->schedule_table_id, l->with_holidays,
-                                  l->user_group_id);
-            if (a.repeater) out += "R" + join(a.repeater->repeater_id);
-            if (const auto& i = a.input)
-                out += "I" + join(i->connector_id, i->activate_signal, i->number, i->current_state,
-                                  i->applications);
-            if (const auto& s = a.alarmsystem)
-                out += "A" + join(s->alarmsystem, s->name, s->status, s->last_disarm_time, s->last_arm_time,
-                                  s->disarm_by_guard);
+            out += text(a) + "\n";
         }
     for (uint64_t id = 101; id <= 103; ++id) { // 103: a trashed camera
         camera_event_reaction_t r;
-        const camera_t& c = r.camera;
-        if (db.dao<camera_event_reaction_dao_t>()->get_camera_event_reaction(id, r))
-            out += join(r.id, r.recording, c.id, c.is_disabled, c.name, c.user_name, c.password,
-                        c.internal_ip_addr, c.internal_http_port, c.internal_rtsp_port,
-                        c.internal_recording_port, c.hostname, c.external_http_port, c.external_rtsp_port,
-                        c.connection_status, c.lorivant_id, c.is_trashed);
+        if (db.dao<camera_event_reaction_dao_t>()->get_camera_event_reaction(id, r)) out += text(r) + "\n";
     }
     for (uint64_t id = 201; id <= 205; ++id) {
         output_event_reaction_t r;
-        if (db.dao<output_event_reaction_dao_t>()->get_output_event_reaction(id, r))
-            out += join(r.id, r.connector_id, r.connector_number, r.connector_current_state, r.applications,
-                        r.action, r.delay, r.duration);
+        if (db.dao<output_event_reaction_dao_t>()->get_output_event_reaction(id, r)) out += text(r) + "\n";
     }
     for (uint64_t id = 301; id <= 310; ++id) {
         email_event_reaction_t r;
-        if (db.dao<email_event_reaction_dao_t>()->get_email_event_reaction(id, r))
-            for (const contact_t& c : r.contacts)
-                out += join(r.id, c.id, c.name, c.email, c.phone);
+        if (db.dao<email_event_reaction_dao_t>()->get_email_event_reaction(id, r)) out += text(r) + "\n";
     }
-    auto modes = db.dao<lorivant_event_reaction_dao_t>();
     for (uint64_t id = 401; id <= 404; ++id) {
         lorivant_event_reaction_t r;
-        if (!modes->get_lorivant_event_reaction(id, r)) continue;
-        auto office = std::dynamic_pointer_cast<lorivant_event_reaction_t::office_mode_t>(r.mode);
-        auto panic = std::dynamic_pointer_cast<lorivant_event_reaction_t::panic_mode_t>(r.mode);
-        out += join(r.id, r.lorivant_id, r.access_group_id, office ? office->duration : 0,
-                    office ? office->counts : 0, panic ? panic->panic_mode : 0);
+        if (modes->get_lorivant_event_reaction(id, r)) out += text(r) + "\n";
     }
     std::vector<lorivant_t> lorivants;
     std::vector<repeater_t> repeaters;
@@ -135,20 +82,14 @@ std::string reads(test_database_c& db) {
         lorivants.push_back(lorivant);
     if (db.dao<repeater_dao_c>()->get_repeater_by_serial_number(2002001, repeater))
         repeaters.push_back(repeater);
-    for (const auto& l : lorivants)
-        out += join(l.id, l.hardware_id, l.name, l.repeater_id, l.supervision_period, l.supervision_time,
-                    l.supervision_missing, l.office_mode, l.office_mode_event_reaction_id,
-                    l.office_mode_event_timestamp, l.office_mode_event_duration,
-                    l.office_mode_event_counts_remaining, l.panic_mode_active);
-    for (const auto& r : repeaters)
-        out += join(r.id, r.serial_number, r.name, r.supervision_period, r.supervision_time,
-                    r.supervision_missing);
     out +=
+        texts(lorivants) + texts(repeaters) +
         join(db.dao<settings_dao_t>()->get_default_language(),
              db.dao<settings_dao_t>()->get_supervision_mode(), modes->is_panic_mode_active(402),
-             log->get_datetime_of_most_recent_event_log_of_lorivant(1), log->get_max_identifier_of_slave(2));
+             log->get_datetime_of_most_recent_event_log_of_lorivant(1), log->get_max_identifier_of_slave(2)) +
+        "\n";
 
-    event_settings_t t;
+    event_settings_t settings;
     std::vector<input_event_source_t> inputs;
     std::vector<event_source_t> catalogue;
     event_source_t source;
@@ -158,27 +99,19 @@ std::string reads(test_database_c& db) {
     alarmsystem_t a;
     language_t language;
     hotkey_t hotkey;
-    if (events->get_event_settings(t)) out += join(t.lid_tamper, t.back_tamper, t.repeater_tamper);
+    if (events->get_event_settings(settings)) out += text(settings) + "\n";
     events->get_input_event_sources(inputs);
-    for (const auto& i : inputs)
-        out += join(i.id, i.direction, i.number, i.current_state, i.applications, i.activate_signal);
     sources->get_event_sources("de", catalogue);
     if (sources->get_event_source_by_id(1013, "en", source)) catalogue.push_back(source);
-    for (const auto& s : catalogue)
-        out += join(s.id(), s.name(), s.type());
     log->get_missing_logs_by_slave(2, 10, 0, 14, missing);
-    for (uint64_t m : missing)
-        out += join(m);
     log->get_event_log_groups(groups);
-    for (const auto& g : groups)
-        out += join(g.id, g.name);
-    if (db.dao<connector_dao_c>()->get_connector(22, c))
-        out += join(c.id, c.direction, c.number, c.current_state, c.applications);
-    if (db.dao<alarmsystem_dao_c>()->get_alarmsystem(1, a))
-        out += join(a.id, a.name, a.status, a.last_disarm_time, a.last_arm_time, a.disarm_by_guard);
-    if (db.dao<language_dao_c>()->get_language_by_code("de", language))
-        out += join(language.id, language.code, language.name);
-    if (db.dao<hotkey_dao_t>()->get_hotkey(2, hotkey)) out += join(hotkey.id, hotkey.name);
+    out += texts(inputs) + texts(catalogue) + texts(groups);
+    for (uint64_t m : missing)
+        out += field(m) + " ";
+    if (db.dao<connector_dao_c>()->get_connector(22, c)) out += text(c) + "\n";
+    if (db.dao<alarmsystem_dao_c>()->get_alarmsystem(1, a)) out += text(a) + "\n";
+    if (db.dao<language_dao_c>()->get_language_by_code("de", language)) out += text(language) + "\n";
+    if (db.dao<hotkey_dao_t>()->get_hotkey(2, hotkey)) out += text(hotkey) + "\n";
     return out;
 }
 

@@ -1,4 +1,4 @@
-#include "dao/lorivant_event_reaction_dao.h"
+#include "tests/dao/record_text.h"
 #include "tests/support/test_database.h"
 
 #include <gtest/gtest.h>
@@ -9,17 +9,6 @@ namespace {
 
 using office_mode_t = lorivant_event_reaction_t::office_mode_t;
 using panic_mode_t = lorivant_event_reaction_t::panic_mode_t;
-
-// "id|lorivant|group|office duration counts" or "...|panic value".
-std::string text(const lorivant_event_reaction_t& r) {
-    std::string out =
-        std::to_string(r.id) + "|" + std::to_string(r.lorivant_id) + "|" + std::to_string(r.access_group_id);
-    if (auto office = std::dynamic_pointer_cast<office_mode_t>(r.mode))
-        return out + "|office " + std::to_string(office->duration) + " " + std::to_string(office->counts);
-    if (auto panic = std::dynamic_pointer_cast<panic_mode_t>(r.mode))
-        return out + "|panic " + std::to_string(panic->panic_mode);
-    return out + "|no mode";
-}
 
 class lorivant_event_reaction_dao_test : public ::testing::Test {
 protected:
@@ -39,28 +28,20 @@ TEST_F(lorivant_event_reaction_dao_test, reads_null_columns_as_defaults_and_pick
     db.exec(
         "INSERT INTO lorivant_event_reaction(id, event_id, lorivant_id, access_group_id, duration, counts,"
         " panic_mode) VALUES (404, 3, 2, 0, NULL, 5, NULL), (405, 11, 2, 0, NULL, NULL, 0)");
-    const std::pair<uint64_t, const char*> cases[] = {{401, "401|1|0|office 3600 20"},
-                                                      {402, "402|0|0|panic 1"},
-                                                      {403, "403|0|7|office 7200 -1"},
-                                                      {404, "404|2|0|office 0 5"},
-                                                      {405, "405|2|0|panic 0"}};
-    for (const auto& [id, expected] : cases) {
-        SCOPED_TRACE(id);
+    std::vector<lorivant_event_reaction_t> all;
+    dao->get_lorivant_event_reactions(all);
+    EXPECT_EQ(texts(all),
+              "401|1|0|office 3600 20\n402|0|0|panic 1\n403|0|7|office 7200 -1\n404|2|0|office 0 5\n"
+              "405|2|0|panic 0\n");
+    for (const auto& expected : all) { // each read alone as in the list
+        SCOPED_TRACE(expected.id);
         lorivant_event_reaction_t reaction;
-        ASSERT_TRUE(dao->get_lorivant_event_reaction(id, reaction));
-        EXPECT_EQ(text(reaction), expected);
+        ASSERT_TRUE(dao->get_lorivant_event_reaction(expected.id, reaction));
+        EXPECT_EQ(text(reaction), text(expected));
     }
     lorivant_event_reaction_t untouched;
     EXPECT_FALSE(dao->get_lorivant_event_reaction(999, untouched));
     EXPECT_EQ(text(untouched), "0|0|0|no mode");
-
-    std::vector<lorivant_event_reaction_t> all;
-    dao->get_lorivant_event_reactions(all);
-    std::string texts;
-    for (const auto& r : all)
-        texts += text(r) + "\n";
-    EXPECT_EQ(texts, "401|1|0|office 3600 20\n402|0|0|panic 1\n403|0|7|office 7200 -1\n404|2|0|office 0 5\n"
-                     "405|2|0|panic 0\n");
 }
 
 TEST_F(lorivant_event_reaction_dao_test, writes_the_columns_of_the_mode_and_clears_the_other) {

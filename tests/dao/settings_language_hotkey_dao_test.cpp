@@ -1,8 +1,6 @@
-#include "dao/hotkey_dao.h"
-#include "dao/language_dao.h"
 #include "dao/settings_dao.h"
-
 #include "db/db_exception.h"
+#include "tests/dao/record_text.h"
 #include "tests/support/test_database.h"
 
 #include <gtest/gtest.h>
@@ -33,20 +31,16 @@ TEST(settings_dao_test, default_language_must_name_a_language) {
 TEST(settings_dao_test, supervision_mode_is_on_only_for_1) {
     test_database_c db;
     auto settings = db.dao<settings_dao_t>();
-    struct case_t {
-        const char* sql;
-        bool on;
-    };
-    for (const case_t& c : {case_t{"UPDATE settings SET value='1' WHERE key='supervision_mode'", true},
-                            case_t{"UPDATE settings SET value='0' WHERE key='supervision_mode'", false},
-                            case_t{"UPDATE settings SET value='on' WHERE key='supervision_mode'", false},
-                            case_t{"UPDATE settings SET value=1 WHERE key='supervision_mode'", true},
-                            case_t{"UPDATE settings SET value=NULL WHERE key='supervision_mode'", false},
-                            case_t{"DELETE FROM settings WHERE key='supervision_mode'", false}}) {
-        SCOPED_TRACE(c.sql);
-        db.exec(c.sql);
-        EXPECT_EQ(settings->get_supervision_mode(), c.on);
+    const std::pair<std::string, bool> cases[] = {
+        {"'1'", true}, {"'0'", false}, {"'on'", false}, {"1", true}, {"NULL", false}};
+    for (const auto& [value, on] : cases) {
+        SCOPED_TRACE(value);
+        db.exec("UPDATE settings SET value=" + value + " WHERE key='supervision_mode'");
+        EXPECT_EQ(settings->get_supervision_mode(), on);
     }
+    db.exec("UPDATE settings SET value='1' WHERE key='supervision_mode'");
+    db.exec("DELETE FROM settings WHERE key='supervision_mode'");
+    EXPECT_FALSE(settings->get_supervision_mode());
 }
 
 TEST(language_dao_test, languages_by_code_and_all) {
@@ -54,7 +48,7 @@ TEST(language_dao_test, languages_by_code_and_all) {
     auto languages = db.dao<language_dao_c>();
     language_t language;
     ASSERT_TRUE(languages->get_language_by_code("de", language));
-    EXPECT_EQ(std::to_string(language.id) + "|" + language.code + "|" + language.name, "2|de|Deutsch");
+    EXPECT_EQ(text(language), "2|de|Deutsch");
     EXPECT_FALSE(languages->get_language_by_code("fr", language));
     EXPECT_EQ(language.code, "de");
 
@@ -69,7 +63,7 @@ TEST(hotkey_dao_test, hotkeys_of_the_demo) {
     auto hotkeys = db.dao<hotkey_dao_t>();
     hotkey_t hotkey;
     ASSERT_TRUE(hotkeys->get_hotkey(2, hotkey));
-    EXPECT_EQ(std::to_string(hotkey.id) + "|" + hotkey.name, "2|Staff office mode");
+    EXPECT_EQ(text(hotkey), "2|Staff office mode");
     EXPECT_FALSE(hotkeys->get_hotkey(3, hotkey));
     EXPECT_EQ(hotkey.id, 2u);
 

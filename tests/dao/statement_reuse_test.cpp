@@ -38,37 +38,23 @@ TEST(statement_reuse_test, reads_leave_no_lock_on_the_file) {
     auto sources = db.dao<event_source_dao_t>();
     auto outputs = db.dao<output_event_reaction_dao_t>();
     db.exec("INSERT INTO event_log(datetime, message_id, event_log_group_id) VALUES (1, 25, 4), (2, 25, 4)");
-    struct case_t {
-        const char* name;
-        std::function<bool()> read;
-    } cases[] = {
+    lorivant_t lorivant;
+    event_t event;
+    event_source_t source;
+    output_event_reaction_t reaction;
+    const std::pair<const char*, std::function<bool()>> cases[] = {
         {"door component by hardware id",
-         [&] {
-             lorivant_t l;
-             return lorivants->get_lorivant_by_hardware_id(1001001, l);
-         }},
-        {"event",
-         [&] {
-             event_t e;
-             return events->get_event(1, e);
-         }},
+         [&] { return lorivants->get_lorivant_by_hardware_id(1001001, lorivant); }},
+        {"event", [&] { return events->get_event(1, event); }},
         {"default language", [&] { return settings->get_default_language() == "en"; }},
         {"highest identifier", [&] { return event_log->get_max_identifier_of_slave(0) == 0; }},
-        {"event source",
-         [&] {
-             event_source_t s;
-             return sources->get_event_source_by_id(2, "en", s);
-         }},
-        {"output reaction",
-         [&] {
-             output_event_reaction_t r;
-             return outputs->get_output_event_reaction(201, r);
-         }},
+        {"event source", [&] { return sources->get_event_source_by_id(2, "en", source); }},
+        {"output reaction", [&] { return outputs->get_output_event_reaction(201, reaction); }},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& [name, read] : cases) {
+        SCOPED_TRACE(name);
         for (int call = 0; call < 2; ++call)
-            EXPECT_TRUE(c.read());
+            EXPECT_TRUE(read());
         EXPECT_NO_THROW(db.exec("BEGIN EXCLUSIVE; UPDATE settings SET value=value; COMMIT"));
     }
 }

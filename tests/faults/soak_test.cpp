@@ -15,7 +15,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <map>
-#include <mutex>
 #include <thread>
 
 namespace {
@@ -104,19 +103,15 @@ private:
     std::atomic<long> counts_[reaction_kinds] = {};
 };
 
-// The daemon's resident set every five seconds, on a thread of its own.
+// The daemon's resident set every five seconds, on a thread of its own; read after stop().
 class rss_sampler_c {
 public:
-    explicit rss_sampler_c(std::function<long()> sample) : sample_(std::move(sample)) {
-        thread_ = std::thread([this] {
-            const auto start = steady::now();
-            while (running_) {
-                long rss = sample_();
-                {
-                    std::lock_guard<std::mutex> lock(mutex_);
-                    samples_.emplace_back(
-                        std::chrono::duration_cast<std::chrono::seconds>(steady::now() - start).count(), rss);
-                }
+    explicit rss_sampler_c(std::function<long()> sample) {
+        thread_ = std::thread([this, sample] {
+            for (const auto start = steady::now(); running_;) {
+                samples_.emplace_back(
+                    std::chrono::duration_cast<std::chrono::seconds>(steady::now() - start).count(),
+                    sample());
                 for (int i = 0; i < 50 && running_; ++i)
                     std::this_thread::sleep_for(100ms);
             }
@@ -127,15 +122,10 @@ public:
         running_ = false;
         if (thread_.joinable()) thread_.join();
     }
-    std::vector<std::pair<long, long>> samples() {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return samples_;
-    }
+    const std::vector<std::pair<long, long>>& samples() const { return samples_; }
 
 private:
-    std::function<long()> sample_;
     std::atomic<bool> running_{true};
-    std::mutex mutex_;
     std::vector<std::pair<long, long>> samples_; // seconds since start, KiB
     std::thread thread_;
 };
@@ -222,7 +212,7 @@ TEST_F(ehs_soak_test, every_event_of_a_long_run_is_logged_and_answered_with_flat
     EXPECT_TRUE(daemon_->running());
     EXPECT_EQ(log().find("ERROR"), std::string::npos) << log().substr(0, 2000);
 
-    const auto samples = sampler.samples();
+    const auto& samples = sampler.samples();
     long peak = 0;
     for (const auto& sample : samples)
         peak = std::max(peak, sample.second);
