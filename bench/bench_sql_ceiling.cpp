@@ -66,6 +66,10 @@ const char* const output_sql =
 const char* const event_sql[] = {sequence_sql,   insert_sql,      events_sql, language_sql,
                                  associated_sql, alarmsystem_sql, camera_sql, output_sql};
 
+// The transaction statements, which the connection compiles once (dao_sqlite3_c): "BEGIN" and
+// "COMMIT" also open and close the lookup's read transaction.
+const char* const transaction_sql[] = {"BEGIN IMMEDIATE", "COMMIT", "BEGIN"};
+
 constexpr uint64_t armed_event_source = 3;
 constexpr uint64_t armed_message_id = 25;
 constexpr uint64_t group_system = 4;
@@ -229,6 +233,7 @@ void capturing_update_hook(void* connection, int operation, const char* database
 // the ceiling's: each line names a text that only one side runs.
 std::string compare_statements() {
     std::vector<std::string> service, ceiling(std::begin(event_sql), std::end(event_sql));
+    ceiling.insert(ceiling.end(), std::begin(transaction_sql), std::end(transaction_sql));
     for (sqlite3_stmt* stmt = sqlite3_next_stmt(service_connection, nullptr); stmt != nullptr;
          stmt = sqlite3_next_stmt(service_connection, stmt))
         service.emplace_back(sqlite3_sql(stmt));

@@ -87,6 +87,7 @@ void dao_sqlite3_c::open_database(const std::string& path, bool load_extension) 
 }
 
 void dao_sqlite3_c::close() {
+    finalize_transaction_statements();
     // close_v2: a statement that outlives the wrapper keeps the connection as a zombie until it
     // is finalized, instead of leaking it.
     if (db_) sqlite3_close_v2(db_);
@@ -103,6 +104,10 @@ bool dao_sqlite3_c::is_memory_database(const std::string& name) {
     return name == "file::memory:" || name == ":memory:";
 }
 
+void dao_sqlite3_c::limit_heap(int64_t bytes) {
+    sqlite3_soft_heap_limit64(bytes);
+}
+
 bool dao_sqlite3_c::is_open(const std::filesystem::path& name) const {
     if (is_memory_database(name.string())) return db_ != nullptr;
     std::error_code error;
@@ -110,10 +115,10 @@ bool dao_sqlite3_c::is_open(const std::filesystem::path& name) const {
 }
 
 void dao_sqlite3_c::exec_with_retry(const std::string& sql, uint32_t retries, int32_t error_code) {
-    sqlite3* handle = get_handle();
+    get_handle(); // a closed connection throws before the first attempt
     int32_t code = error_code;
     for (uint64_t attempt = 0; attempt <= retries; ++attempt) {
-        const int result = sqlite3_exec(handle, sql.c_str(), nullptr, nullptr, nullptr);
+        const int result = run(sql, nullptr);
         if (result == SQLITE_OK) return;
         // Once another process held the lock, callers should see "busy" and try again later,
         // whatever the last attempt reported.
@@ -121,6 +126,40 @@ void dao_sqlite3_c::exec_with_retry(const std::string& sql, uint32_t retries, in
         sched_yield();
     }
     throw db_exception_t("\"" + sql + "\" failed", code);
+}
+
+int dao_sqlite3_c::run(const std::string& sql, std::string* message) {
+    sqlite3* handle = get_handle();
+    size_t index = 0;
+    while (index < transaction_sql.size() && sql != transaction_sql[index])
+        ++index;
+    if (index == transaction_sql.size()) {
+        char* text = nullptr;
+        const int result = sqlite3_exec(handle, sql.c_str(), nullptr, nullptr, &text);
+        if (result != SQLITE_OK && message && text) *message = text;
+        sqlite3_free(text);
+        return result;
+    }
+    // Both threads of the connection run these statements; one run at a time.
+    std::lock_guard<std::recursive_mutex> turn(transaction_mutex_);
+    sqlite3_stmt*& stmt = transaction_statements_[index];
+    int result = stmt ? SQLITE_OK : sqlite3_prepare_v2(handle, sql.c_str(), -1, &stmt, nullptr);
+    if (result == SQLITE_OK) {
+        result = sqlite3_step(stmt);
+        if (result == SQLITE_DONE) result = SQLITE_OK;
+    }
+    if (result != SQLITE_OK && message) *message = sqlite3_errmsg(handle);
+    // Reset at once: a statement left running would count as busy on the connection.
+    if (stmt) sqlite3_reset(stmt);
+    return result;
+}
+
+void dao_sqlite3_c::finalize_transaction_statements() {
+    std::lock_guard<std::recursive_mutex> turn(transaction_mutex_);
+    for (auto& stmt : transaction_statements_) {
+        sqlite3_finalize(stmt);
+        stmt = nullptr;
+    }
 }
 
 void dao_sqlite3_c::exec_sql_script(const std::string& sql) {
@@ -141,12 +180,11 @@ void dao_sqlite3_c::set_busy_timeout(int milliseconds) {
 
 void dao_sqlite3_c::rollback_transaction() {
     if (!db_) return; // nothing can be open without a connection
-    char* message = nullptr;
-    const int result = sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, &message);
-    if (result != SQLITE_OK && message)
+    std::string message;
+    const int result = run("ROLLBACK", &message);
+    if (result != SQLITE_OK && !message.empty())
         ac_log(AC_LOG_ERROR, AC_LOG_CAT_MODEL, "rollback_transaction", "SQLite Error %d: %s", result,
-               message);
-    sqlite3_free(message);
+               message.c_str());
 }
 
 // The file is shared with other services: first wait (long) for the write lock so that the

@@ -11,6 +11,7 @@
 // connection's, not a thread's: transaction_mutex() keeps the transactions of two threads
 // (event handling and supervision) from running into each other. Failures throw
 // db_exception_t; close(), set_busy_timeout() and rollback_transaction() only log.
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <mutex>
@@ -18,6 +19,7 @@
 #include <vector>
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 // The callback types of sqlite3_update_hook, sqlite3_rollback_hook and sqlite3_commit_hook
 // (long long is sqlite3_int64), spelled out so that users of this header need no <sqlite3.h>.
@@ -67,11 +69,16 @@ public:
     const std::string& path() const { return path_; }
 
     static bool is_memory_database(const std::string& name);
+    // Bounds the heap of SQLite in the whole process (all connections), softly: near the bound
+    // the page caches reuse their pages instead of growing, and no allocation fails.
+    static void limit_heap(int64_t bytes);
     // A file database counts as open only while its file is still there.
     bool is_open(const std::filesystem::path& name) const;
 
     // Runs `sql` up to retries + 1 times, yielding in between; the busy timeout does the waiting.
     // Throws "\"<sql>\" failed" with code 6 when any attempt was busy, else `error_code`.
+    // "BEGIN", "BEGIN IMMEDIATE", "COMMIT" and "ROLLBACK" run as statements compiled once per
+    // connection (every event runs them), anything else through sqlite3_exec.
     void exec_with_retry(const std::string& sql, uint32_t retries, int32_t error_code);
     void exec_sql_script(const std::string& sql);
     void set_busy_timeout(int milliseconds);
@@ -91,6 +98,14 @@ public:
 
 private:
     void configure();
+    // One run of `sql`: SQLITE_OK or SQLite's failure, whose text is left in `message` when asked for.
+    int run(const std::string& sql, std::string* message);
+    void finalize_transaction_statements();
+
+    // The transaction statements of the connection, compiled on first use (null until then).
+    static constexpr std::array<const char*, 4> transaction_sql = {"BEGIN", "BEGIN IMMEDIATE", "COMMIT",
+                                                                   "ROLLBACK"};
+    std::array<sqlite3_stmt*, transaction_sql.size()> transaction_statements_{};
 
     sqlite3* db_ = nullptr;
     std::string path_;

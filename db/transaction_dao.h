@@ -16,6 +16,13 @@ public:
     virtual void commit_transaction(uint32_t retries) = 0;
     // Logs a failure (e.g. no transaction open) and never throws, so it is safe on every error path.
     virtual void rollback_transaction() = 0;
+
+    // A deferred transaction around a series of reads: SQLite takes the shared lock of the file
+    // once for all of them instead of once per statement, and they see one state of the file.
+    // Never writes, so no commit hook fires. False (nothing begun, the reads run on their own as
+    // before) when it cannot begin; never throws. end_read_transaction ends what began.
+    virtual bool begin_read_transaction() = 0;
+    virtual void end_read_transaction() = 0;
 };
 
 template <>

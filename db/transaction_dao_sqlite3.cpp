@@ -34,3 +34,30 @@ void transaction_dao_sqlite3_t::rollback_transaction() {
     std::lock_guard<std::recursive_mutex> turn(database_->transaction_mutex());
     if (database_->in_transaction()) database_->rollback_transaction();
 }
+
+bool transaction_dao_sqlite3_t::begin_read_transaction() {
+    if (read_turn_.owns_lock()) return false; // already open: the reads are inside it
+    try {
+        std::unique_lock<std::recursive_mutex> turn(database_->transaction_mutex());
+        // Inside a transaction of this thread the reads share it; a nested BEGIN would fail.
+        if (database_->in_transaction()) return false;
+        // Deferred: takes no lock yet, so another process's write reservation does not keep the
+        // reads out, and there is nothing to retry.
+        database_->exec_with_retry("BEGIN", 0, db_code_busy);
+        read_turn_ = std::move(turn);
+        return true;
+    } catch (const db_exception_t&) {
+        return false;
+    }
+}
+
+void transaction_dao_sqlite3_t::end_read_transaction() {
+    if (!read_turn_.owns_lock()) return;
+    try {
+        database_->exec_with_retry("COMMIT", 0, db_code_commit);
+    } catch (const db_exception_t&) {
+        // Nothing was written; what matters is that the connection leaves the transaction.
+        if (database_->in_transaction()) database_->rollback_transaction();
+    }
+    read_turn_.unlock();
+}

@@ -19,8 +19,13 @@ public:
     void begin_transaction(uint32_t retries) override;
     void commit_transaction(uint32_t retries) override;
     void rollback_transaction() override;
+    // Takes the connection's turn like a write transaction, so that the other thread never
+    // begins, commits or rolls back inside it.
+    bool begin_read_transaction() override;
+    void end_read_transaction() override;
 
 private:
     std::shared_ptr<dao_sqlite3_c> database_;
-    std::unique_lock<std::recursive_mutex> turn_; // held from a successful begin to commit/rollback
+    std::unique_lock<std::recursive_mutex> turn_;      // held from a successful begin to commit/rollback
+    std::unique_lock<std::recursive_mutex> read_turn_; // held while a read transaction is open
 };

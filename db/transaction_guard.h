@@ -24,3 +24,21 @@ private:
     transaction_dao_t& tx_;
     bool done_ = false;
 };
+
+// A read transaction for the life of the scope (transaction_dao_t::begin_read_transaction); when
+// it could not begin, the reads inside the scope simply run on their own.
+class read_transaction_guard_c {
+public:
+    explicit read_transaction_guard_c(transaction_dao_t& tx) : tx_(tx), open_(tx.begin_read_transaction()) {}
+    ~read_transaction_guard_c() {
+        if (open_) tx_.end_read_transaction(); // never throws
+    }
+    read_transaction_guard_c(const read_transaction_guard_c&) = delete;
+    read_transaction_guard_c& operator=(const read_transaction_guard_c&) = delete;
+
+    bool open() const { return open_; }
+
+private:
+    transaction_dao_t& tx_;
+    bool open_;
+};

@@ -1,5 +1,6 @@
 #include "eventhandling/ehs_battery_warning_handler.h"
 
+#include "db/transaction_guard.h"
 #include "messages/msg_event_hwid.h"
 
 #include <mosquitto.h>
@@ -18,14 +19,17 @@ void ehs_battery_warning_handler_c::handle_warning(const mosquitto_message* inco
     auto message = std::make_shared<msg_event_hwid_c>();
     if (!deserialize(incoming, *message)) return;
     std::vector<ehs_event_record_t> records;
-    if (strcmp(incoming->topic, "events/end_device/battery_warning") == 0)
-        find_event_reactions(10, records);
-    else if (strcmp(incoming->topic, "events/end_device/battery_count_warning") == 0)
-        find_event_reactions(11, records);
-    if (records.empty()) return;
-
     ehs_event_origin_t origin;
-    origin.lorivant_id = lorivant_id_of(message->hardware_id);
+    {
+        // The door component's id joins the lookup's read transaction: one lock of the file.
+        read_transaction_guard_c reads(*transactions_);
+        if (strcmp(incoming->topic, "events/end_device/battery_warning") == 0)
+            find_event_reactions(10, records);
+        else if (strcmp(incoming->topic, "events/end_device/battery_count_warning") == 0)
+            find_event_reactions(11, records);
+        if (records.empty()) return;
+        origin.lorivant_id = lorivant_id_of(message->hardware_id);
+    }
     for (const auto& record : records)
         if (record.source && record.source->type == "lorivant") publish_reactions(record, message, origin);
 }

@@ -1,5 +1,6 @@
 #include "eventhandling/ehs_event_handler.h"
 
+#include "db/transaction_guard.h"
 #include "eventhandling/ehs_reaction_publisher.h"
 #include "utils/ac_log.h"
 #include "utils/ac_result.h"
@@ -44,6 +45,9 @@ void ehs_event_handler_c::write_event_log_with_transaction(uint64_t message_id, 
 
 void ehs_event_handler_c::find_event_reactions(uint64_t event_source_id,
                                                std::vector<ehs_event_record_t>& records) {
+    // All reads of the lookup in one read transaction: SQLite locks and unlocks the shared file
+    // once per event instead of once per statement. Ends with the lookup, however that ends.
+    read_transaction_guard_c reads(*transactions_);
     std::vector<event_t> events;
     try {
         events_->get_events_of_event_source(event_source_id, events);

@@ -1,5 +1,6 @@
 #include "eventhandling/ehs_lorivant_handler.h"
 
+#include "db/transaction_guard.h"
 #include "messages/msg_event_hwid_tagid.h"
 
 #include <mosquitto.h>
@@ -32,15 +33,18 @@ void ehs_lorivant_handler_c::handle_access(const mosquitto_message* incoming) {
     auto message = std::make_shared<msg_event_hwid_tagid_c>();
     if (!deserialize(incoming, *message)) return;
     std::vector<ehs_event_record_t> records;
-    for (const auto& access : access_topics) {
-        if (strcmp(incoming->topic, access.topic) != 0) continue;
-        find_event_reactions(access.event_source_id, records);
-        break;
-    }
-    if (records.empty()) return;
-
     ehs_event_origin_t origin;
-    origin.lorivant_id = lorivant_id_of(message->hardware_id);
+    {
+        // The door component's id joins the lookup's read transaction: one lock of the file.
+        read_transaction_guard_c reads(*transactions_);
+        for (const auto& access : access_topics) {
+            if (strcmp(incoming->topic, access.topic) != 0) continue;
+            find_event_reactions(access.event_source_id, records);
+            break;
+        }
+        if (records.empty()) return;
+        origin.lorivant_id = lorivant_id_of(message->hardware_id);
+    }
     for (const auto& record : records)
         if (record.source && record.source->type == "lorivant") publish_reactions(record, message, origin);
 }

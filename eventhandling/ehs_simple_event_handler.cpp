@@ -1,5 +1,6 @@
 #include "eventhandling/ehs_simple_event_handler.h"
 
+#include "db/transaction_guard.h"
 #include "messages/msg_event_hotkey.h"
 #include "messages/msg_event_hwid.h"
 #include "messages/msg_event_internet_lost.h"
@@ -60,6 +61,8 @@ void ehs_simple_event_handler_c::handle_device_event(const mosquitto_message* in
                                                      uint64_t event_source_id, device_e device) {
     auto message = std::make_shared<msg_event_hwid_c>();
     if (!deserialize(incoming, *message)) return;
+    // The device's id and the lookup in one read transaction: one lock of the file.
+    read_transaction_guard_c reads(*transactions_);
     ehs_event_origin_t origin;
     if (device == DOOR_COMPONENT)
         origin.lorivant_id = lorivant_id_of(message->hardware_id);

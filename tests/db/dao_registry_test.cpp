@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <thread>
 
 namespace {
@@ -132,6 +133,65 @@ TEST_F(dao_registry_test, threads_sharing_a_connection_take_turns_with_their_tra
     committing.join();
     rolling_back.join();
     EXPECT_EQ(rows(db->get_handle(), "SELECT count(*), min(id), max(id) FROM t"), "200|1000|1199\n");
+}
+
+// The other thread of the connection gets its turn (a write transaction could begin now).
+bool turn_is_free(dao_sqlite3_c& db) {
+    return std::async(std::launch::async,
+                      [&] {
+                          std::unique_lock<std::recursive_mutex> turn(db.transaction_mutex(),
+                                                                      std::try_to_lock);
+                          return turn.owns_lock();
+                      })
+        .get();
+}
+
+int read_commits = 0;
+int count_commit(void*) {
+    ++read_commits;
+    return 0;
+}
+
+// The lookup's reads share one deferred transaction: no commit hook (so neither broadcast nor
+// watchdog), readable while another process holds the write reservation, and the connection
+// and its turn are free again however the reads ended.
+TEST_F(dao_registry_test, read_transaction_fires_no_hook_and_always_ends) {
+    auto db = std::make_shared<dao_sqlite3_c>(nullptr, nullptr, count_commit);
+    db->open(path_, false);
+    exec(db->get_handle(), "INSERT INTO t VALUES(1)");
+    read_commits = 0;
+    transaction_dao_sqlite3_t tx(db);
+    raw_connection_c other(path_);
+    other.exec("BEGIN IMMEDIATE; INSERT INTO t VALUES(2)");
+    for (bool failing_read : {false, true}) {
+        SCOPED_TRACE(failing_read);
+        {
+            read_transaction_guard_c reads(tx);
+            ASSERT_TRUE(reads.open());
+            EXPECT_TRUE(db->in_transaction());
+            EXPECT_FALSE(turn_is_free(*db));
+            EXPECT_EQ(rows(db->get_handle(), "SELECT id FROM t"), "1\n");
+            if (failing_read) {
+                EXPECT_THROW(rows(db->get_handle(), "SELECT x FROM absent"), std::runtime_error);
+            }
+        }
+        EXPECT_FALSE(db->in_transaction());
+        EXPECT_TRUE(turn_is_free(*db));
+    }
+    EXPECT_EQ(read_commits, 0);
+    other.exec("COMMIT");
+
+    // Inside a write transaction the reads belong to it: nothing begins, nothing ends it.
+    tx.begin_transaction(0);
+    EXPECT_FALSE(read_transaction_guard_c(tx).open());
+    exec(db->get_handle(), "INSERT INTO t VALUES(3)");
+    tx.commit_transaction(0);
+    EXPECT_EQ(read_commits, 1);
+    EXPECT_EQ(rows(db->get_handle(), "SELECT id FROM t"), "1\n2\n3\n");
+
+    db->close(); // a closed connection: no transaction, no exception
+    EXPECT_FALSE(read_transaction_guard_c(tx).open());
+    EXPECT_TRUE(turn_is_free(*db));
 }
 
 } // namespace

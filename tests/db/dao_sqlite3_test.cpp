@@ -106,6 +106,21 @@ TEST_F(dao_sqlite3_test, locked_database_is_tried_retries_plus_one_times) {
     }
 }
 
+// The transaction statements are compiled once per connection: after a reopen they must run on
+// the new connection, not on the closed one.
+TEST_F(dao_sqlite3_test, transaction_statements_follow_a_reopened_connection) {
+    for (int round = 0; round < 2; ++round) {
+        SCOPED_TRACE(round);
+        db_.open(path_, false);
+        db_.exec_with_retry("BEGIN IMMEDIATE", 0, 6);
+        EXPECT_TRUE(db_.in_transaction());
+        EXPECT_THROW(raw_connection_c(path_).exec("BEGIN IMMEDIATE"), std::runtime_error); // locked
+        db_.exec_with_retry("COMMIT", 0, 7);
+        EXPECT_FALSE(db_.in_transaction());
+        db_.close();
+    }
+}
+
 TEST_F(dao_sqlite3_test, commit_reports_6_when_busy_and_the_given_code_otherwise) {
     db_.open(path_, false);
     EXPECT_EQ(failure([&] { db_.exec_with_retry("COMMIT", 1, 7); }), "\"COMMIT\" failed|7"); // none open
