@@ -32,6 +32,12 @@ struct queue_message_t {
 std::string line(const std::string& table, const std::string& sql) {
     return table + "\t" + sql + "\n";
 }
+std::string doors(std::initializer_list<std::string> sqls) {
+    std::string lines;
+    for (const auto& sql : sqls)
+        lines += line("doors", sql);
+    return lines;
+}
 std::string update(int id) {
     return "UPDATE doors SET name='n" + std::to_string(id) + "' WHERE id=" + std::to_string(id);
 }
@@ -61,9 +67,9 @@ protected:
             << (error ? error : sql);
         sqlite3_free(error);
     }
-    sqlite3_stmt* prepare(const char* sql) {
+    sqlite3_stmt* prepare(const char* sql, sqlite3* db = nullptr) {
         sqlite3_stmt* stmt = nullptr;
-        EXPECT_EQ(sqlite3_prepare_v2(db_, sql, -1, &stmt, nullptr), SQLITE_OK) << sql;
+        EXPECT_EQ(sqlite3_prepare_v2(db ? db : db_, sql, -1, &stmt, nullptr), SQLITE_OK) << sql;
         return stmt;
     }
 
@@ -94,35 +100,43 @@ protected:
     int queue_ = -1;
 };
 
-TEST_F(cas_broadcast_hook_test, statement_over_many_rows_is_sent_once) {
-    exec("DELETE FROM doors WHERE id > 0");
-    EXPECT_EQ(sqlite3_changes(db_), 100);
-    EXPECT_EQ(receive(), line("doors", "DELETE FROM doors WHERE id > 0"));
-}
-
-TEST_F(cas_broadcast_hook_test, repeats_within_five_texts_of_one_transaction_are_dropped) {
+// Each case runs on the doors left by the ones before it, so the delete of them all comes last.
+TEST_F(cas_broadcast_hook_test, each_change_is_sent_once_at_its_commit) {
+    const std::string table(100, 't');
+    std::string insert = "INSERT INTO " + table + "(v) VALUES('";
+    insert += std::string(2000 - insert.size() - 2, 'x') + "')";
     struct case_t {
         const char* name;
         std::vector<std::string> statements;
-        std::vector<std::string> sent;
+        std::string sent;
     } cases[] = {
-        {"twice in one transaction", {"BEGIN", update(1), update(1), "COMMIT"}, {update(1)}},
-        {"in two transactions", {update(1), update(1)}, {update(1), update(1)}},
+        {"twice in one transaction", {"BEGIN", update(1), update(1), "COMMIT"}, doors({update(1)})},
+        {"in two transactions", {update(1), update(1)}, doors({update(1), update(1)})},
         {"four between",
          {"BEGIN", update(1), update(2), update(3), update(4), update(5), update(1), "COMMIT"},
-         {update(1), update(2), update(3), update(4), update(5)}},
+         doors({update(1), update(2), update(3), update(4), update(5)})},
         {"five between",
          {"BEGIN", update(1), update(2), update(3), update(4), update(5), update(6), update(1), "COMMIT"},
-         {update(1), update(2), update(3), update(4), update(5), update(6), update(1)}},
+         doors({update(1), update(2), update(3), update(4), update(5), update(6), update(1)})},
+        // A rollback sends nothing and forgets the texts, so the same change is sent again.
+        {"rolled back", {"BEGIN", update(1), "ROLLBACK", update(1)}, doors({update(1)})},
+        {"long table name and sql are cut",
+         {"CREATE TABLE " + table + "(v TEXT)", insert},
+         line(table.substr(0, 63), insert.substr(0, 1023))},
+        {"table_hashes tables never",
+         {"CREATE TABLE table_hashes(v); CREATE TABLE table_hashes_doors(v); CREATE TABLE table_hashe(v)",
+          "INSERT INTO table_hashes VALUES(1)", "BEGIN", "INSERT INTO table_hashes_doors VALUES(2)",
+          "INSERT INTO table_hashe VALUES(3)", "COMMIT"},
+         line("table_hashe", "INSERT INTO table_hashe VALUES(3)")},
+        {"a statement over all 100 rows once",
+         {"DELETE FROM doors WHERE id > 0"},
+         doors({"DELETE FROM doors WHERE id > 0"})},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        std::string expected;
         for (const auto& statement : c.statements)
             exec(statement);
-        for (const auto& sql : c.sent)
-            expected += line("doors", sql);
-        EXPECT_EQ(receive(), expected);
+        EXPECT_EQ(receive(), c.sent);
     }
 }
 
@@ -149,67 +163,10 @@ TEST_F(cas_broadcast_hook_test, long_commit_pets_the_watchdog_every_ten_messages
     unsetenv("NOTIFY_SOCKET");
 }
 
-TEST_F(cas_broadcast_hook_test, long_table_name_and_sql_are_cut) {
-    const std::string table(100, 't');
-    exec("CREATE TABLE " + table + "(v TEXT)");
-    std::string insert = "INSERT INTO " + table + "(v) VALUES('";
-    insert += std::string(2000 - insert.size() - 2, 'x') + "')";
-    exec(insert);
-    EXPECT_EQ(receive(), line(table.substr(0, 63), insert.substr(0, 1023)));
-}
-
-TEST_F(cas_broadcast_hook_test, rollback_sends_nothing_and_forgets_the_texts) {
-    exec("BEGIN");
-    exec(update(1));
-    exec("ROLLBACK");
-    EXPECT_EQ(receive(), "");
-    exec(update(1));
-    EXPECT_EQ(receive(), line("doors", update(1)));
-}
-
-TEST_F(cas_broadcast_hook_test, table_hashes_tables_are_never_sent) {
-    exec("CREATE TABLE table_hashes(v); CREATE TABLE table_hashes_doors(v); CREATE TABLE table_hashe(v)");
-    exec("INSERT INTO table_hashes VALUES(1)");
-    EXPECT_EQ(receive(), "");
-    for (const char* sql :
-         {"BEGIN", "INSERT INTO table_hashes_doors VALUES(2)", "INSERT INTO table_hashe VALUES(3)", "COMMIT"})
-        exec(sql);
-    EXPECT_EQ(receive(), line("table_hashe", "INSERT INTO table_hashe VALUES(3)"));
-}
-
-TEST_F(cas_broadcast_hook_test, message_carries_the_sql_with_its_bound_values) {
-    sqlite3_stmt* insert = prepare("INSERT INTO doors(id, name) VALUES(?, ?)");
-    sqlite3_bind_int64(insert, 1, 101);
-    sqlite3_bind_text(insert, 2, "back 'yard'", -1, SQLITE_STATIC);
-    EXPECT_EQ(sqlite3_step(insert), SQLITE_DONE);
-    sqlite3_finalize(insert);
-    EXPECT_EQ(receive(), line("doors", "INSERT INTO doors(id, name) VALUES(101, 'back ''yard''')"));
-}
-
-// The connection's list starts with the statement prepared last; none of the others made the change.
-TEST_F(cas_broadcast_hook_test, sql_is_that_of_the_changing_statement_among_several_prepared) {
-    sqlite3_stmt* updater = prepare("UPDATE doors SET name=? WHERE id=?");
-    sqlite3_stmt* reader = prepare("SELECT id FROM doors ORDER BY id");
-    sqlite3_stmt* finished = prepare("INSERT INTO doors(id, name) VALUES(?, 'new')");
-    sqlite3_stmt* idle = prepare("DELETE FROM doors WHERE id=?");
-    exec("BEGIN");
-    EXPECT_EQ(sqlite3_step(reader), SQLITE_ROW);
-    sqlite3_bind_int64(finished, 1, 200);
-    EXPECT_EQ(sqlite3_step(finished), SQLITE_DONE); // left without reset
-    sqlite3_bind_text(updater, 1, "inside", -1, SQLITE_STATIC);
-    sqlite3_bind_int64(updater, 2, 3);
-    EXPECT_EQ(sqlite3_step(updater), SQLITE_DONE);
-    for (sqlite3_stmt* stmt : {updater, reader, finished, idle})
-        sqlite3_finalize(stmt);
-    exec("COMMIT");
-    EXPECT_EQ(receive(), line("doors", "INSERT INTO doors(id, name) VALUES(200, 'new')") +
-                             line("doors", "UPDATE doors SET name='inside' WHERE id=3"));
-}
-
 // The DAOs keep their statements for the life of the connection: many are prepared at once, one
-// may be in the middle of a read, another finished but not reset, and one statement writes
-// several times with other values. Each message must carry the text and the values of the
-// statement that made that change.
+// may be in the middle of a read, another finished but not reset, one never run, and one
+// statement writes several times with other values. Each message must carry the text and the
+// values (quotes doubled) of the statement that made that change.
 TEST_F(cas_broadcast_hook_test, sql_is_that_of_the_changing_statement_when_statements_are_reused) {
     dao_sqlite3_c database(&cas_broadcast_hook_helper_c::update_hook,
                            &cas_broadcast_hook_helper_c::rollback_hook,
@@ -226,13 +183,12 @@ TEST_F(cas_broadcast_hook_test, sql_is_that_of_the_changing_statement_when_state
         run("SELECT name, " + std::to_string(id) + " FROM doors WHERE id=?", id);
     const std::string insert = "INSERT INTO doors(id, name) VALUES(?, ?)";
     const std::string rename = "UPDATE doors SET name=? WHERE id=?";
-    run(insert, uint64_t{300}, "before"); // leaves its statement in the cache, reset
-    EXPECT_EQ(receive(1), line("doors", "INSERT INTO doors(id, name) VALUES(300, 'before')"));
+    run(insert, uint64_t{300}, "back 'yard'"); // leaves its statement in the cache, reset
+    EXPECT_EQ(receive(1), line("doors", "INSERT INTO doors(id, name) VALUES(300, 'back ''yard''')"));
 
-    sqlite3_stmt* finished = nullptr;
-    ASSERT_EQ(sqlite3_prepare_v2(database.get_handle(), "UPDATE doors SET name='raw' WHERE id=50", -1,
-                                 &finished, nullptr),
-              SQLITE_OK);
+    sqlite3_stmt* finished = prepare("UPDATE doors SET name=? WHERE id=50", database.get_handle());
+    sqlite3_stmt* idle = prepare("DELETE FROM doors WHERE id=?", database.get_handle());
+    sqlite3_bind_text(finished, 1, "raw", -1, SQLITE_STATIC);
     database.exec_with_retry("BEGIN IMMEDIATE", 0, 6);
     {
         auto reader = cache.prepare(database, "SELECT id FROM doors ORDER BY id");
@@ -246,6 +202,7 @@ TEST_F(cas_broadcast_hook_test, sql_is_that_of_the_changing_statement_when_state
     }
     database.exec_with_retry("COMMIT", 0, 7);
     sqlite3_finalize(finished);
+    sqlite3_finalize(idle);
     EXPECT_EQ(receive(5), line("doors", "UPDATE doors SET name='raw' WHERE id=50") +
                               line("doors", "INSERT INTO doors(id, name) VALUES(200, 'new')") +
                               line("doors", "UPDATE doors SET name='first' WHERE id=3") +
@@ -278,20 +235,23 @@ TEST_F(cas_broadcast_hook_test, logs_queue_limits_and_failed_sends) {
                         "ERROR [CASCADINGSERVICE] in operator()(): failed to msgsnd: Invalid argument\n");
 }
 
+// The event-log insert is written over several lines; each change must still be one line.
 TEST_F(cas_broadcast_hook_test, reader_tool_prints_one_line_per_message) {
+    const std::string multiline = "UPDATE doors\n  SET name='a\tb\\c'\n WHERE id=2";
+    const std::string escaped = "doors\tUPDATE doors\\n  SET name='a\\tb\\\\c'\\n WHERE id=2\n";
     struct case_t {
         std::vector<std::string> options;
         std::string printed;
         std::string left;
     } cases[] = {
-        {{"-n", "2"}, line("doors", update(1)) + line("doors", update(2)), line("doors", update(3))},
-        {{"-t", "0.2"}, line("doors", update(1)) + line("doors", update(2)) + line("doors", update(3)), ""},
+        {{"-n", "2"}, line("doors", update(1)) + escaped, line("doors", update(3))},
+        {{"-t", "0.2"}, line("doors", update(1)) + escaped + line("doors", update(3)), ""},
         {{"-q", "-t", "0.2"}, "3\n", ""},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.options[0]);
         for (const std::string& sql :
-             {std::string("BEGIN"), update(1), update(2), update(3), std::string("COMMIT")})
+             {std::string("BEGIN"), update(1), multiline, update(3), std::string("COMMIT")})
             exec(sql);
         const std::string out = dir_.file("out" + c.options[0]);
         std::vector<std::string> argv{EHS_BINARY_DIR "/ehs_broadcast_reader"};
@@ -302,17 +262,6 @@ TEST_F(cas_broadcast_hook_test, reader_tool_prints_one_line_per_message) {
         EXPECT_EQ(read_file(out), c.printed);
         EXPECT_EQ(receive(), c.left);
     }
-}
-
-// The event-log insert is written over several lines; each change must still be one line.
-TEST_F(cas_broadcast_hook_test, reader_tool_escapes_line_breaks_tabs_and_backslashes) {
-    exec("BEGIN");
-    exec("UPDATE doors\n  SET name='a\tb\\c'\n WHERE id=1");
-    exec("COMMIT");
-    const std::string out = dir_.file("out");
-    process_c reader({EHS_BINARY_DIR "/ehs_broadcast_reader", "-n", "1"}, {}, out);
-    EXPECT_NE(reader.wait_for_exit(10s), -1);
-    EXPECT_EQ(read_file(out), "doors\tUPDATE doors\\n  SET name='a\\tb\\\\c'\\n WHERE id=1\n");
 }
 
 } // namespace

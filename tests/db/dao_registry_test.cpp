@@ -1,5 +1,7 @@
 #include "db/dao_registry.h"
 
+#include "dao/dao_registration.h"
+#include "dao/language_dao.h"
 #include "db/transaction_dao_sqlite3.h"
 #include "db/transaction_guard.h"
 #include "tests/db/db_test_util.h"
@@ -39,31 +41,37 @@ protected:
     std::string path_;
 };
 
-TEST_F(dao_registry_test, registration_misuse_names_the_mangled_type) {
+TEST_F(dao_registry_test, databases_are_indexed_in_order_and_misuse_names_the_mangled_type) {
     dao_registry_c registry;
     EXPECT_EQ(misuse([&] { registry.register_dao<transaction_dao_t>(0); }),
               "trying to register dao against non-registered database with index 0");
-    EXPECT_EQ(add(registry, path_), 0u);
-    registry.register_dao<transaction_dao_t>(0);
-    EXPECT_EQ(
-        misuse([&] { registry.register_dao<transaction_dao_t>(0); }),
-        "dao type with type index '17transaction_dao_t' is already registered against database index 0");
-    EXPECT_EQ(misuse([&] { registry.register_dao<unregistered_dao_t>(1); }),
-              "trying to register dao against non-registered database with index 1");
-    EXPECT_EQ(misuse([&] { registry.get_database_index(typeid(unregistered_dao_t)); }),
-              "dao type N12_GLOBAL__N_118unregistered_dao_tE hasn't been registered");
-    EXPECT_EQ(registry.get_database_index(typeid(transaction_dao_t)), 0u);
-}
-
-TEST_F(dao_registry_test, databases_are_indexed_in_order_and_a_failed_open_adds_none) {
-    dao_registry_c registry;
-    EXPECT_THROW(add(registry, dir_.file("absent.db")), db_exception_t);
+    EXPECT_THROW(add(registry, dir_.file("absent.db")), db_exception_t); // adds no database
     const std::string script = dir_.file("demo.sql");
     write_file(script, "CREATE TABLE t(id INTEGER PRIMARY KEY);");
     EXPECT_EQ(add(registry, path_, true), 0u); // without the library on disk the extension is skipped
     EXPECT_EQ(add(registry, script), 1u);
     registry.register_dao<transaction_dao_t>(1);
+    EXPECT_EQ(
+        misuse([&] { registry.register_dao<transaction_dao_t>(0); }),
+        "dao type with type index '17transaction_dao_t' is already registered against database index 1");
+    EXPECT_EQ(misuse([&] { registry.register_dao<unregistered_dao_t>(2); }),
+              "trying to register dao against non-registered database with index 2");
+    EXPECT_EQ(misuse([&] { registry.get_database_index(typeid(unregistered_dao_t)); }),
+              "dao type N12_GLOBAL__N_118unregistered_dao_tE hasn't been registered");
     EXPECT_EQ(registry.get_database_index(typeid(transaction_dao_t)), 1u);
+}
+
+TEST_F(dao_registry_test, registration_of_the_service_adds_all_47_types_against_the_given_database) {
+    dao_registry_c registry;
+    add(registry, path_);
+    add(registry, path_);
+    register_all_dao_types(registry, 1);
+    EXPECT_EQ(registry.dao_type_count(), 47u); // a type listed twice would have thrown
+    EXPECT_EQ(registry.get_database_index(typeid(language_dao_c)), 1u);
+    EXPECT_NE(registry.get_dao<transaction_dao_t>(), nullptr);
+    EXPECT_EQ(
+        misuse([&] { register_all_dao_types(registry, 0); }),
+        "dao type with type index '18access_group_dao_t' is already registered against database index 1");
 }
 
 TEST_F(dao_registry_test, each_dao_is_new_and_shares_the_connection_which_the_registry_closes) {

@@ -38,16 +38,11 @@ TEST_F(dao_sqlite3_test, missing_file_throws_before_anything_is_created) {
     }
     db_.open(dir_.file("created.db"), true, false); // allow_missing: the caller wants a new file
     EXPECT_TRUE(db_.is_open(dir_.file("created.db")));
-}
-
-TEST_F(dao_sqlite3_test, memory_names_skip_the_existence_check) {
-    for (const char* name : {":memory:", "file::memory:"}) {
+    for (const char* name : {":memory:", "file::memory:"}) { // never on disk
         SCOPED_TRACE(name);
         EXPECT_TRUE(dao_sqlite3_c::is_memory_database(name));
         db_.open(name, false);
         EXPECT_TRUE(db_.is_open(name));
-        db_.close();
-        EXPECT_FALSE(db_.is_open(name));
     }
     EXPECT_FALSE(dao_sqlite3_c::is_memory_database(":MEMORY:"));
 }
@@ -62,12 +57,20 @@ TEST_F(dao_sqlite3_test, open_failures_carry_code_3_and_leave_the_wrapper_closed
     EXPECT_EQ(db_.path(), "");
 }
 
-TEST_F(dao_sqlite3_test, open_runs_the_pragmas_on_every_open_and_leaves_a_50_ms_timeout) {
+// The transaction statements are compiled once per connection: after a reopen they must run on
+// the new connection, not on the closed one.
+TEST_F(dao_sqlite3_test, every_open_runs_the_pragmas_and_moves_the_transaction_statements) {
     db_.add_pragma("foreign_keys=ON");
     for (int round = 0; round < 2; ++round) {
+        SCOPED_TRACE(round);
         db_.open(path_, false);
         EXPECT_EQ(db_.path(), path_);
         EXPECT_EQ(rows(db_.get_handle(), "PRAGMA foreign_keys; PRAGMA busy_timeout"), "1\n50\n");
+        db_.exec_with_retry("BEGIN IMMEDIATE", 0, 6);
+        EXPECT_TRUE(db_.in_transaction());
+        EXPECT_THROW(raw_connection_c(path_).exec("BEGIN IMMEDIATE"), std::runtime_error); // locked
+        db_.exec_with_retry("COMMIT", 0, 7);
+        EXPECT_FALSE(db_.in_transaction());
         db_.close();
         db_.close();
         EXPECT_EQ(db_.path(), "");
@@ -103,21 +106,6 @@ TEST_F(dao_sqlite3_test, locked_database_is_tried_retries_plus_one_times) {
         EXPECT_EQ(failure([&] { db_.exec_with_retry("BEGIN IMMEDIATE", retries, 9); }),
                   "\"BEGIN IMMEDIATE\" failed|6");
         EXPECT_EQ(attempts.count, static_cast<int>(retries) + 1);
-    }
-}
-
-// The transaction statements are compiled once per connection: after a reopen they must run on
-// the new connection, not on the closed one.
-TEST_F(dao_sqlite3_test, transaction_statements_follow_a_reopened_connection) {
-    for (int round = 0; round < 2; ++round) {
-        SCOPED_TRACE(round);
-        db_.open(path_, false);
-        db_.exec_with_retry("BEGIN IMMEDIATE", 0, 6);
-        EXPECT_TRUE(db_.in_transaction());
-        EXPECT_THROW(raw_connection_c(path_).exec("BEGIN IMMEDIATE"), std::runtime_error); // locked
-        db_.exec_with_retry("COMMIT", 0, 7);
-        EXPECT_FALSE(db_.in_transaction());
-        db_.close();
     }
 }
 
