@@ -1,13 +1,11 @@
 #include "bench/bench_system.h"
 
 #include "db/cas_broadcast_message.h"
+#include "tests/support/private_namespace.h"
 
 #include <fcntl.h>
-#include <net/if.h>
 #include <netinet/in.h>
-#include <sched.h>
 #include <signal.h>
-#include <sys/ioctl.h>
 #include <sys/ipc.h>
 #include <sys/msg.h>
 #include <sys/socket.h>
@@ -27,14 +25,6 @@ namespace {
 
 std::runtime_error system_error(const std::string& what) {
     return std::runtime_error(what + ": " + strerror(errno));
-}
-
-bool write_proc_file(const char* path, const std::string& text) {
-    int fd = open(path, O_WRONLY | O_CLOEXEC);
-    if (fd < 0) return false;
-    bool written = write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-    close(fd);
-    return written;
 }
 
 // The value of "<key>:   <n> kB" in a /proc status-like text, 0 when absent.
@@ -65,25 +55,7 @@ void bench_sleep_ms(int milliseconds) {
 }
 
 void bench_enter_private_namespaces() {
-    if (unshare(CLONE_NEWNET | CLONE_NEWIPC) != 0) {
-        uid_t uid = getuid();
-        gid_t gid = getgid();
-        if (unshare(CLONE_NEWUSER | CLONE_NEWNET | CLONE_NEWIPC) != 0)
-            throw system_error("cannot create private network and IPC namespaces");
-        write_proc_file("/proc/self/setgroups", "deny");
-        if (!write_proc_file("/proc/self/uid_map", "0 " + std::to_string(uid) + " 1") ||
-            !write_proc_file("/proc/self/gid_map", "0 " + std::to_string(gid) + " 1"))
-            throw system_error("cannot map the user into its namespace");
-    }
-    // A new network namespace has only "lo", and it is down.
-    int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    ifreq request{};
-    strncpy(request.ifr_name, "lo", IFNAMSIZ - 1);
-    bool up = ioctl(fd, SIOCGIFFLAGS, &request) == 0;
-    request.ifr_flags |= IFF_UP | IFF_RUNNING;
-    up = up && ioctl(fd, SIOCSIFFLAGS, &request) == 0;
-    close(fd);
-    if (!up) throw system_error("cannot bring loopback up");
+    if (!enter_private_namespaces()) throw system_error("cannot create private network and IPC namespaces");
 }
 
 void bench_wait_for_port(int port, int timeout_ms) {
