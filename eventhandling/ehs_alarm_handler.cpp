@@ -13,8 +13,9 @@ constexpr uint64_t group_system = 4;
 
 } // namespace
 
-ehs_alarm_handler_c::ehs_alarm_handler_c(std::shared_ptr<ac_mqtt_client_c> client, dao_registry_c& registry)
-    : ehs_event_handler_c(std::move(client), registry) {
+ehs_alarm_handler_c::ehs_alarm_handler_c(std::shared_ptr<ac_mqtt_client_c> client, dao_registry_c& registry,
+                                         ehs_busy_retries_t retries)
+    : ehs_event_handler_c(std::move(client), registry, retries) {
     auto armed = [this](const mosquitto_message* m) { handle_armed(m); };
     auto alarm = [this](const mosquitto_message* m) { handle_alarm(m); };
     client_->register_topic("events/alarmsystem/armed", armed);

@@ -8,8 +8,9 @@
 #include <cstring>
 
 ehs_battery_warning_handler_c::ehs_battery_warning_handler_c(std::shared_ptr<ac_mqtt_client_c> client,
-                                                             dao_registry_c& registry)
-    : ehs_event_handler_c(std::move(client), registry) {
+                                                             dao_registry_c& registry,
+                                                             ehs_busy_retries_t retries)
+    : ehs_event_handler_c(std::move(client), registry, retries) {
     auto warning = [this](const mosquitto_message* m) { handle_warning(m); };
     client_->register_topic("events/end_device/battery_warning", warning);
     client_->register_topic("events/end_device/battery_count_warning", warning);

@@ -6,8 +6,8 @@
 
 class ehs_battery_warning_handler_c : public ehs_event_handler_c {
 public:
-    explicit ehs_battery_warning_handler_c(std::shared_ptr<ac_mqtt_client_c> client,
-                                           dao_registry_c& registry = dao_registry_c::instance());
+    ehs_battery_warning_handler_c(std::shared_ptr<ac_mqtt_client_c> client, dao_registry_c& registry,
+                                  ehs_busy_retries_t retries = {});
 
 private:
     void handle_warning(const mosquitto_message* incoming);

@@ -9,17 +9,9 @@
 
 #include <ctime>
 
-namespace {
-
-// Other processes write the same file: a writer waits for its turn at the start of the
-// transaction, where retrying costs nothing, rather than failing halfway.
-constexpr uint32_t begin_retries = 500;
-constexpr uint32_t commit_retries = 50;
-
-} // namespace
-
-ehs_event_handler_c::ehs_event_handler_c(std::shared_ptr<ac_mqtt_client_c> client, dao_registry_c& registry)
-    : client_(std::move(client)), transactions_(registry.get_dao<transaction_dao_t>()),
+ehs_event_handler_c::ehs_event_handler_c(std::shared_ptr<ac_mqtt_client_c> client, dao_registry_c& registry,
+                                         ehs_busy_retries_t retries)
+    : client_(std::move(client)), retries_(retries), transactions_(registry.get_dao<transaction_dao_t>()),
       event_log_(registry.get_dao<event_log_dao_t>()), events_(registry.get_dao<event_dao_t>()),
       event_sources_(registry.get_dao<event_source_dao_t>()), settings_(registry.get_dao<settings_dao_t>()),
       camera_reactions_(registry.get_dao<camera_event_reaction_dao_t>()),
@@ -31,10 +23,10 @@ ehs_event_handler_c::ehs_event_handler_c(std::shared_ptr<ac_mqtt_client_c> clien
 void ehs_event_handler_c::write_event_log_with_transaction(uint64_t message_id, uint64_t event_log_group_id,
                                                            uint64_t lorivant_id, uint64_t camera_id) {
     try {
-        transactions_->begin_transaction(begin_retries);
+        transactions_->begin_transaction(retries_.begin);
         auto now = static_cast<uint64_t>(time(nullptr));
         event_log_->insert_event_log(now, message_id, event_log_group_id, lorivant_id, camera_id, 0, 0, 0);
-        transactions_->commit_transaction(commit_retries);
+        transactions_->commit_transaction(retries_.commit);
     } catch (const db_exception_t& e) {
         transactions_->rollback_transaction();
         ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "write_event_log_with_transaction",

@@ -14,6 +14,7 @@
 #include "db/dao_registry.h"
 #include "db/db_exception.h"
 #include "db/transaction_dao.h"
+#include "eventhandling/ehs_busy_retries.h"
 #include "eventhandling/ehs_event_record.h"
 #include "messages/msg_event_base.h"
 #include "mqtt/ac_mqtt_client.h"
@@ -27,13 +28,14 @@ struct mosquitto_message;
 
 class ehs_event_handler_c {
 public:
-    ehs_event_handler_c(std::shared_ptr<ac_mqtt_client_c> client, dao_registry_c& registry);
+    ehs_event_handler_c(std::shared_ptr<ac_mqtt_client_c> client, dao_registry_c& registry,
+                        ehs_busy_retries_t retries);
     virtual ~ehs_event_handler_c() = default;
     ehs_event_handler_c(const ehs_event_handler_c&) = delete; // callbacks hold `this`
     ehs_event_handler_c& operator=(const ehs_event_handler_c&) = delete;
 
-    // One event_log row stamped now, inside "BEGIN IMMEDIATE" (500 busy retries) and "COMMIT"
-    // (50). `lorivant_id` and `camera_id` are 0 when the event names none.
+    // One event_log row stamped now, inside "BEGIN IMMEDIATE" and "COMMIT" with the busy retries.
+    // `lorivant_id` and `camera_id` are 0 when the event names none.
     void write_event_log_with_transaction(uint64_t message_id, uint64_t event_log_group_id,
                                           uint64_t lorivant_id, uint64_t camera_id);
 
@@ -56,6 +58,7 @@ protected:
     uint64_t repeater_id_of(uint64_t serial_number);
 
     std::shared_ptr<ac_mqtt_client_c> client_;
+    const ehs_busy_retries_t retries_;
     std::shared_ptr<transaction_dao_t> transactions_;
     std::shared_ptr<event_log_dao_t> event_log_;
     std::shared_ptr<event_dao_t> events_;

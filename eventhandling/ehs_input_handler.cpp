@@ -10,13 +10,12 @@ namespace {
 constexpr uint64_t group_system = 4;
 constexpr uint64_t input_changed_message = 22;
 constexpr uint64_t input_event_source = 12;
-constexpr uint32_t begin_retries = 500;
-constexpr uint32_t commit_retries = 50;
 
 } // namespace
 
-ehs_input_handler_c::ehs_input_handler_c(std::shared_ptr<ac_mqtt_client_c> client, dao_registry_c& registry)
-    : ehs_event_handler_c(std::move(client), registry) {
+ehs_input_handler_c::ehs_input_handler_c(std::shared_ptr<ac_mqtt_client_c> client, dao_registry_c& registry,
+                                         ehs_busy_retries_t retries)
+    : ehs_event_handler_c(std::move(client), registry, retries) {
     client_->register_topic("events/external_io/input",
                             [this](const mosquitto_message* m) { handle_input(m); });
 }
@@ -41,12 +40,12 @@ void ehs_input_handler_c::handle_input(const mosquitto_message* incoming) {
 
 void ehs_input_handler_c::make_lorivant_reaction(const lorivant_event_reaction_t& reaction) {
     try {
-        transactions_->begin_transaction(begin_retries);
+        transactions_->begin_transaction(retries_.begin);
         if (auto office = std::dynamic_pointer_cast<lorivant_event_reaction_t::office_mode_t>(reaction.mode))
             switch_office_mode(reaction, *office);
         else if (reaction.mode)
             switch_panic_mode(reaction);
-        transactions_->commit_transaction(commit_retries);
+        transactions_->commit_transaction(retries_.commit);
     } catch (const db_exception_t& e) {
         transactions_->rollback_transaction();
         ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "make_lorivant_reaction",

@@ -7,8 +7,8 @@
 
 class ehs_input_handler_c : public ehs_event_handler_c {
 public:
-    explicit ehs_input_handler_c(std::shared_ptr<ac_mqtt_client_c> client,
-                                 dao_registry_c& registry = dao_registry_c::instance());
+    ehs_input_handler_c(std::shared_ptr<ac_mqtt_client_c> client, dao_registry_c& registry,
+                        ehs_busy_retries_t retries = {});
 
     // Office mode: an office-mode association row for the reaction (restarting a running one)
     // and the office-mode columns of the door component (of every door component when the

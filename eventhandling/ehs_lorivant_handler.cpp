@@ -23,8 +23,8 @@ const access_topic_t access_topics[] = {
 } // namespace
 
 ehs_lorivant_handler_c::ehs_lorivant_handler_c(std::shared_ptr<ac_mqtt_client_c> client,
-                                               dao_registry_c& registry)
-    : ehs_event_handler_c(std::move(client), registry) {
+                                               dao_registry_c& registry, ehs_busy_retries_t retries)
+    : ehs_event_handler_c(std::move(client), registry, retries) {
     for (const auto& access : access_topics)
         client_->register_topic(access.topic, [this](const mosquitto_message* m) { handle_access(m); });
 }

@@ -6,8 +6,8 @@
 
 class ehs_lorivant_handler_c : public ehs_event_handler_c {
 public:
-    explicit ehs_lorivant_handler_c(std::shared_ptr<ac_mqtt_client_c> client,
-                                    dao_registry_c& registry = dao_registry_c::instance());
+    ehs_lorivant_handler_c(std::shared_ptr<ac_mqtt_client_c> client, dao_registry_c& registry,
+                           ehs_busy_retries_t retries = {});
 
 private:
     void handle_access(const mosquitto_message* incoming);

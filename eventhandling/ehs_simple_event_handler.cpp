@@ -19,8 +19,8 @@ constexpr uint64_t internet_lost_event_source = 15;
 } // namespace
 
 ehs_simple_event_handler_c::ehs_simple_event_handler_c(std::shared_ptr<ac_mqtt_client_c> client,
-                                                       dao_registry_c& registry)
-    : ehs_event_handler_c(std::move(client), registry) {
+                                                       dao_registry_c& registry, ehs_busy_retries_t retries)
+    : ehs_event_handler_c(std::move(client), registry, retries) {
     auto device = [this](uint64_t source, device_e kind) {
         return [this, source, kind](const mosquitto_message* m) { handle_device_event(m, source, kind); };
     };

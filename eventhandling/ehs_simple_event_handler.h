@@ -7,8 +7,8 @@
 
 class ehs_simple_event_handler_c : public ehs_event_handler_c {
 public:
-    explicit ehs_simple_event_handler_c(std::shared_ptr<ac_mqtt_client_c> client,
-                                        dao_registry_c& registry = dao_registry_c::instance());
+    ehs_simple_event_handler_c(std::shared_ptr<ac_mqtt_client_c> client, dao_registry_c& registry,
+                               ehs_busy_retries_t retries = {});
 
 private:
     enum device_e { DOOR_COMPONENT, REPEATER };

@@ -7,8 +7,9 @@ constexpr uint64_t group_system = 4;
 } // namespace
 
 ehs_simple_event_log_handler_c::ehs_simple_event_log_handler_c(std::shared_ptr<ac_mqtt_client_c> client,
-                                                               dao_registry_c& registry)
-    : ehs_event_handler_c(std::move(client), registry) {
+                                                               dao_registry_c& registry,
+                                                               ehs_busy_retries_t retries)
+    : ehs_event_handler_c(std::move(client), registry, retries) {
     // The alarm system publishes its errors without the "events/" prefix.
     write_event_log_for_topic("alarmsystem/error_disarming_no_ack", group_system, 36);
     write_event_log_for_topic("alarmsystem/error_arming_no_ack", group_system, 35);

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr uint32_t begin_retries = 500;
-constexpr uint32_t commit_retries = 50;
 constexpr float two_to_the_64 = 18446744073709551616.0f;
 
 void publish_signal_loss(ac_mqtt_client_interface& client, const char* topic, uint64_t hardware_id) {
@@ -22,8 +20,8 @@ void publish_signal_loss(ac_mqtt_client_interface& client, const char* topic, ui
 } // namespace
 
 ehs_supervision_handler_c::ehs_supervision_handler_c(std::shared_ptr<ac_mqtt_client_interface> client,
-                                                     dao_registry_c& registry)
-    : client_(std::move(client)), transactions_(registry.get_dao<transaction_dao_t>()),
+                                                     dao_registry_c& registry, ehs_busy_retries_t retries)
+    : client_(std::move(client)), retries_(retries), transactions_(registry.get_dao<transaction_dao_t>()),
       settings_(registry.get_dao<settings_dao_t>()), lorivants_(registry.get_dao<lorivant_dao_c>()),
       repeaters_(registry.get_dao<repeater_dao_c>()), event_log_(registry.get_dao<event_log_dao_t>()) {}
 
@@ -115,7 +113,7 @@ void ehs_supervision_handler_c::check_supervision_of_repeater(uint64_t now, cons
 void ehs_supervision_handler_c::handle_missing_supervision(const std::function<void()>& update,
                                                            const std::function<void()>& publication) {
     try {
-        transactions_->begin_transaction(begin_retries);
+        transactions_->begin_transaction(retries_.begin);
     } catch (const db_exception_t& e) {
         ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "handle_missing_supervision",
                "Error on begin transaction: %s", e.what());
@@ -124,7 +122,7 @@ void ehs_supervision_handler_c::handle_missing_supervision(const std::function<v
     try {
         if (update) update();
         if (supervision_mode_ && publication) publication();
-        transactions_->commit_transaction(commit_retries);
+        transactions_->commit_transaction(retries_.commit);
     } catch (const db_exception_t& e) {
         transactions_->rollback_transaction();
         ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "handle_missing_supervision",

@@ -13,6 +13,7 @@
 #include "db/dao_registry.h"
 #include "db/db_exception.h"
 #include "db/transaction_dao.h"
+#include "eventhandling/ehs_busy_retries.h"
 #include "mqtt/ac_mqtt_client_interface.h"
 
 #include <cstdint>
@@ -21,8 +22,8 @@
 
 class ehs_supervision_handler_c {
 public:
-    explicit ehs_supervision_handler_c(std::shared_ptr<ac_mqtt_client_interface> client,
-                                       dao_registry_c& registry = dao_registry_c::instance());
+    ehs_supervision_handler_c(std::shared_ptr<ac_mqtt_client_interface> client, dao_registry_c& registry,
+                              ehs_busy_retries_t retries = {});
 
     // One run over every door component, then every repeater, against one reading of the clock.
     void check_supervision();
@@ -49,6 +50,7 @@ private:
     void read_supervision_mode();
 
     std::shared_ptr<ac_mqtt_client_interface> client_;
+    const ehs_busy_retries_t retries_;
     std::shared_ptr<transaction_dao_t> transactions_;
     std::shared_ptr<settings_dao_t> settings_;
     std::shared_ptr<lorivant_dao_c> lorivants_;

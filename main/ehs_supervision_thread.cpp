@@ -10,7 +10,7 @@ constexpr uint64_t supervision_interval_ms = 600000;
 } // namespace
 
 void ehs_supervision_thread(std::shared_ptr<ac_mqtt_client_c>& client) {
-    ehs_supervision_handler_c supervision(client);
+    ehs_supervision_handler_c supervision(client, dao_registry_c::instance());
     for (;;) {
         ac_sleep_ms(supervision_interval_ms);
         supervision.check_supervision();

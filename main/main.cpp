@@ -55,12 +55,12 @@ int main() {
     auto mqtt_client = std::make_shared<ac_mqtt_client_c>("ehs_mqtt_client");
     mqtt_client->init("localhost", 1883, 60, 10);
 
-    ehs_battery_warning_handler_c battery_warning_handler(mqtt_client);
-    ehs_lorivant_handler_c lorivant_handler(mqtt_client);
-    ehs_alarm_handler_c alarm_handler(mqtt_client);
-    ehs_input_handler_c input_handler(mqtt_client);
-    ehs_simple_event_handler_c simple_event_handler(mqtt_client);
-    ehs_simple_event_log_handler_c simple_event_log_handler(mqtt_client);
+    ehs_battery_warning_handler_c battery_warning_handler(mqtt_client, registry);
+    ehs_lorivant_handler_c lorivant_handler(mqtt_client, registry);
+    ehs_alarm_handler_c alarm_handler(mqtt_client, registry);
+    ehs_input_handler_c input_handler(mqtt_client, registry);
+    ehs_simple_event_handler_c simple_event_handler(mqtt_client, registry);
+    ehs_simple_event_log_handler_c simple_event_log_handler(mqtt_client, registry);
 
     sd_notify(0, "READY=1");
 
