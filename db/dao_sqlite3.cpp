@@ -1,5 +1,6 @@
 #include "db/dao_sqlite3.h"
 
+#include "db/cas_broadcast_hook_helper.h"
 #include "db/db_exception.h"
 #include "db/sqlite3_statement.h"
 #include "utils/ac_log.h"
@@ -116,16 +117,41 @@ bool dao_sqlite3_c::is_open(const std::filesystem::path& name) const {
 
 void dao_sqlite3_c::exec_with_retry(const std::string& sql, uint32_t retries, int32_t error_code) {
     get_handle(); // a closed connection throws before the first attempt
-    int32_t code = error_code;
+    attempt_state_t state{error_code, false};
     for (uint64_t attempt = 0; attempt <= retries; ++attempt) {
-        const int result = run(sql, nullptr);
-        if (result == SQLITE_OK) return;
-        // Once another process held the lock, callers should see "busy" and try again later,
-        // whatever the last attempt reported.
-        if ((result & 0xff) == SQLITE_BUSY) code = db_code_busy;
+        if (attempt_succeeded(sql, state)) return;
         sched_yield();
     }
-    throw db_exception_t("\"" + sql + "\" failed", code);
+    throw failed_attempts(sql, state);
+}
+
+std::unique_lock<std::recursive_mutex> dao_sqlite3_c::begin_immediate(uint32_t retries) {
+    get_handle();
+    attempt_state_t state{db_code_busy, false};
+    for (uint64_t attempt = 0; attempt <= retries; ++attempt) {
+        // The turn for this attempt only: between attempts another thread's reads may run.
+        std::unique_lock<std::recursive_mutex> turn(transaction_mutex_);
+        if (attempt_succeeded("BEGIN IMMEDIATE", state)) return turn;
+        turn.unlock();
+        sched_yield();
+    }
+    throw failed_attempts("BEGIN IMMEDIATE", state);
+}
+
+bool dao_sqlite3_c::attempt_succeeded(const std::string& sql, attempt_state_t& state) {
+    const int result = run(sql, nullptr);
+    if (result == SQLITE_OK) return true;
+    // Once another process held the lock, callers should see "busy" and try again later,
+    // whatever the last attempt reported.
+    if ((result & 0xff) == SQLITE_BUSY) state.code = db_code_busy;
+    if (db_result_means_damage(result)) state.damaged = true;
+    return false;
+}
+
+db_exception_t dao_sqlite3_c::failed_attempts(const std::string& sql, const attempt_state_t& state) {
+    db_exception_t exception("\"" + sql + "\" failed", state.code);
+    exception.file_damaged = state.damaged;
+    return exception;
 }
 
 int dao_sqlite3_c::run(const std::string& sql, std::string* message) {
@@ -136,6 +162,7 @@ int dao_sqlite3_c::run(const std::string& sql, std::string* message) {
     if (index == transaction_sql.size()) {
         char* text = nullptr;
         const int result = sqlite3_exec(handle, sql.c_str(), nullptr, nullptr, &text);
+        cas_broadcast_hook_helper_c::settle(handle, result);
         if (result != SQLITE_OK && message && text) *message = text;
         sqlite3_free(text);
         return result;
@@ -147,6 +174,8 @@ int dao_sqlite3_c::run(const std::string& sql, std::string* message) {
     if (result == SQLITE_OK) {
         result = sqlite3_step(stmt);
         if (result == SQLITE_DONE) result = SQLITE_OK;
+        // A COMMIT's changes are announced only now that it has written them.
+        cas_broadcast_hook_helper_c::settle(handle, result);
     }
     if (result != SQLITE_OK && message) *message = sqlite3_errmsg(handle);
     // Reset at once: a statement left running would count as busy on the connection.
@@ -165,6 +194,7 @@ void dao_sqlite3_c::finalize_transaction_statements() {
 void dao_sqlite3_c::exec_sql_script(const std::string& sql) {
     char* message = nullptr;
     const int result = sqlite3_exec(get_handle(), sql.c_str(), nullptr, nullptr, &message);
+    cas_broadcast_hook_helper_c::settle(get_handle(), result);
     if (result == SQLITE_OK) return;
     const std::string text = message ? message : sqlite3_errstr(result);
     sqlite3_free(message);

@@ -11,6 +11,8 @@
 // connection's, not a thread's: transaction_mutex() keeps the transactions of two threads
 // (event handling and supervision) from running into each other. Failures throw
 // db_exception_t; close(), set_busy_timeout() and rollback_transaction() only log.
+#include "db/db_exception.h"
+
 #include <array>
 #include <cstdint>
 #include <filesystem>
@@ -80,6 +82,11 @@ public:
     // "BEGIN", "BEGIN IMMEDIATE", "COMMIT" and "ROLLBACK" run as statements compiled once per
     // connection (every event runs them), anything else through sqlite3_exec.
     void exec_with_retry(const std::string& sql, uint32_t retries, int32_t error_code);
+    // "BEGIN IMMEDIATE" as exec_with_retry(.., retries, 6) does it, holding the connection's
+    // turn (transaction_mutex) during each attempt only, and returning it held once the begin
+    // succeeded: while another process holds the write lock, the other thread's reads wait for
+    // one attempt (one busy timeout) at most, not for the whole retry loop.
+    std::unique_lock<std::recursive_mutex> begin_immediate(uint32_t retries);
     void exec_sql_script(const std::string& sql);
     void set_busy_timeout(int milliseconds);
     // "ROLLBACK" once; a failure (e.g. no transaction open) is logged, never thrown.
@@ -97,6 +104,12 @@ public:
     std::recursive_mutex& transaction_mutex() { return transaction_mutex_; }
 
 private:
+    struct attempt_state_t {
+        int32_t code; // thrown when every attempt failed
+        bool damaged; // some attempt found the file damaged
+    };
+    bool attempt_succeeded(const std::string& sql, attempt_state_t& state);
+    static db_exception_t failed_attempts(const std::string& sql, const attempt_state_t& state);
     void configure();
     // One run of `sql`: SQLITE_OK or SQLite's failure, whose text is left in `message` when asked for.
     int run(const std::string& sql, std::string* message);

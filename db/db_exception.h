@@ -12,6 +12,8 @@ public:
         : std::runtime_error(what), code(error_code) {}
 
     int32_t code = 0;
+    // SQLite found the file damaged (SQLITE_CORRUPT): a torn commit, which a repair may undo.
+    bool file_damaged = false;
 };
 
 // Codes thrown by the database core; SQLite's own result is the code of reset and bind failures.
@@ -24,4 +26,6 @@ constexpr int32_t db_code_commit = 7;
 // The single way a SQLite result becomes an exception: `prefix` followed directly by SQLite's
 // generic text of `sqlite_result` (sqlite3_errstr, never the connection's detailed message, so
 // texts stay stable whatever the connection did before).
+// SQLITE_CORRUPT and its extended codes mark the exception as file_damaged.
 db_exception_t make_db_exception(const std::string& prefix, int sqlite_result, int32_t code);
+bool db_result_means_damage(int sqlite_result);

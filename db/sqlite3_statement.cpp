@@ -1,5 +1,6 @@
 #include "db/sqlite3_statement.h"
 
+#include "db/cas_broadcast_hook_helper.h"
 #include "db/dao_sqlite3.h"
 #include "utils/ac_log.h"
 
@@ -85,6 +86,8 @@ sqlite3_cached_statement_t::~sqlite3_cached_statement_t() {
 
 int sqlite3_statement_t::execute() {
     const int result = sqlite3_step(holder->stmt);
+    // Outside a transaction the statement commits itself: its changes are announced only now.
+    cas_broadcast_hook_helper_c::settle(sqlite3_db_handle(holder->stmt), result);
     if (result == SQLITE_OK || result == SQLITE_ROW || result == SQLITE_DONE) return result;
     ac_log(AC_LOG_ERROR, AC_LOG_CAT_MODEL, "execute", "db statement failed: %s", sqlite3_errstr(result));
     throw make_db_exception("db statement failed: ", result, step_failure_code(result));

@@ -23,6 +23,12 @@ public:
     // before) when it cannot begin; never throws. end_read_transaction ends what began.
     virtual bool begin_read_transaction() = 0;
     virtual void end_read_transaction() = 0;
+
+    // Finds what a torn commit left damaged in the newest rows of the file and rebuilds what
+    // REINDEX can, logging what it found and did (db/db_repair.h); `statement_failed` when a
+    // statement has just failed as corrupt. True when the file passes the check afterwards.
+    // Call it with no transaction of this object open; never throws.
+    virtual bool repair_damage(uint32_t begin_retries, uint32_t commit_retries, bool statement_failed) = 0;
 };
 
 template <>

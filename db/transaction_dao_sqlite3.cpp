@@ -1,6 +1,7 @@
 #include "db/transaction_dao_sqlite3.h"
 
 #include "db/db_exception.h"
+#include "db/db_repair.h"
 
 std::shared_ptr<transaction_dao_t>
 dao_implementation<transaction_dao_t>::create(std::shared_ptr<dao_sqlite3_c> database) {
@@ -12,9 +13,7 @@ void transaction_dao_sqlite3_t::begin_transaction(uint32_t retries) {
         database_->exec_with_retry("BEGIN IMMEDIATE", retries, db_code_busy);
         return;
     }
-    std::unique_lock<std::recursive_mutex> turn(database_->transaction_mutex());
-    database_->exec_with_retry("BEGIN IMMEDIATE", retries, db_code_busy);
-    turn_ = std::move(turn);
+    turn_ = database_->begin_immediate(retries);
 }
 
 // A failed commit keeps the turn: the caller rolls back, which ends it.
@@ -60,4 +59,9 @@ void transaction_dao_sqlite3_t::end_read_transaction() {
         if (database_->in_transaction()) database_->rollback_transaction();
     }
     read_turn_.unlock();
+}
+
+bool transaction_dao_sqlite3_t::repair_damage(uint32_t begin_retries, uint32_t commit_retries,
+                                              bool statement_failed) {
+    return db_repair_c(*database_).repair(begin_retries, commit_retries, statement_failed);
 }

@@ -23,6 +23,7 @@ public:
     // begins, commits or rolls back inside it.
     bool begin_read_transaction() override;
     void end_read_transaction() override;
+    bool repair_damage(uint32_t begin_retries, uint32_t commit_retries, bool statement_failed) override;
 
 private:
     std::shared_ptr<dao_sqlite3_c> database_;

@@ -1,6 +1,7 @@
 #include "eventhandling/ehs_event_handler.h"
 
 #include "db/transaction_guard.h"
+#include "eventhandling/ehs_damage_repair.h"
 #include "eventhandling/ehs_reaction_publisher.h"
 #include "utils/ac_log.h"
 #include "utils/ac_result.h"
@@ -23,12 +24,14 @@ ehs_event_handler_c::ehs_event_handler_c(std::shared_ptr<ac_mqtt_client_c> clien
 void ehs_event_handler_c::write_event_log_with_transaction(uint64_t message_id, uint64_t event_log_group_id,
                                                            uint64_t lorivant_id, uint64_t camera_id) {
     try {
-        transactions_->begin_transaction(retries_.begin);
-        auto now = static_cast<uint64_t>(time(nullptr));
-        event_log_->insert_event_log(now, message_id, event_log_group_id, lorivant_id, camera_id, 0, 0, 0);
-        transactions_->commit_transaction(retries_.commit);
+        ehs_retry_repaired(*transactions_, retries_, [&] {
+            transaction_guard_c transaction(*transactions_, retries_.begin);
+            auto now = static_cast<uint64_t>(time(nullptr));
+            event_log_->insert_event_log(now, message_id, event_log_group_id, lorivant_id, camera_id, 0, 0,
+                                         0);
+            transaction.commit(retries_.commit);
+        });
     } catch (const db_exception_t& e) {
-        transactions_->rollback_transaction();
         ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "write_event_log_with_transaction",
                "failed to write event log [message_id=%llu] : %s",
                static_cast<unsigned long long>(message_id), e.what());
@@ -37,6 +40,16 @@ void ehs_event_handler_c::write_event_log_with_transaction(uint64_t message_id, 
 
 void ehs_event_handler_c::find_event_reactions(uint64_t event_source_id,
                                                std::vector<ehs_event_record_t>& records) {
+    const size_t first = records.size();
+    if (look_up_reactions(event_source_id, records)) return;
+    // The file is damaged: what can be repaired is, and the lookup runs once more.
+    if (!transactions_->repair_damage(retries_.begin, retries_.commit, true)) return;
+    records.resize(first);
+    look_up_reactions(event_source_id, records);
+}
+
+bool ehs_event_handler_c::look_up_reactions(uint64_t event_source_id,
+                                            std::vector<ehs_event_record_t>& records) {
     // All reads of the lookup in one read transaction: SQLite locks and unlocks the shared file
     // once per event instead of once per statement. Ends with the lookup, however that ends.
     read_transaction_guard_c reads(*transactions_);
@@ -48,18 +61,25 @@ void ehs_event_handler_c::find_event_reactions(uint64_t event_source_id,
         ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "find_event_reactions", "%s", e.what());
         for (auto& event : events)
             records.push_back({std::move(event), {}, {}, {}, {}, {}});
-        return;
+        return !damaged(e);
     }
     size_t first = records.size();
     for (auto& event : events)
         records.push_back({std::move(event), {}, {}, {}, {}, {}});
     try {
         for (size_t i = first; i < records.size(); ++i)
-            if (!complete_record(records[i])) return;
+            if (!complete_record(records[i])) return true;
     } catch (const std::exception& e) {
         // db_exception_t, and the logic error of a corrupt event_source.type: both end the lookup.
         ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "find_event_reactions", "%s", e.what());
+        return !damaged(e);
     }
+    return true;
+}
+
+bool ehs_event_handler_c::damaged(const std::exception& e) {
+    const auto* failure = dynamic_cast<const db_exception_t*>(&e);
+    return failure != nullptr && failure->file_damaged;
 }
 
 bool ehs_event_handler_c::complete_record(ehs_event_record_t& record) {
@@ -112,7 +132,8 @@ bool ehs_event_handler_c::deserialize(const mosquitto_message* incoming, msg_eve
         payload.assign(static_cast<const char*>(incoming->payload),
                        static_cast<size_t>(incoming->payloadlen));
     message.set_topic(incoming->topic);
-    return message.deserialize(payload.c_str()) == AC_RESULT_SUCCESS;
+    // No payload at all is refused without a log line; an empty text is a malformed document.
+    return message.deserialize(incoming->payload != nullptr ? payload.c_str() : nullptr) == AC_RESULT_SUCCESS;
 }
 
 uint64_t ehs_event_handler_c::lorivant_id_of(uint64_t hardware_id) {

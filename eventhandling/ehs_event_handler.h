@@ -75,4 +75,7 @@ private:
     // Reads the record's source and reactions; false when the default language cannot be had,
     // which ends the whole lookup. Other failures throw db_exception_t.
     bool complete_record(ehs_event_record_t& record);
+    // The lookup in one read transaction; false when it ended because the file is damaged.
+    bool look_up_reactions(uint64_t event_source_id, std::vector<ehs_event_record_t>& records);
+    static bool damaged(const std::exception& e);
 };

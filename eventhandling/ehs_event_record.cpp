@@ -9,8 +9,10 @@ bool same_or_any(uint64_t configured, uint64_t named) {
 
 bool input_matches(const input_source_details_t& input, const ehs_event_origin_t& origin) {
     std::string connector = "input" + std::to_string(static_cast<int>(input.number));
-    const char* level = input.activate_signal != 0 ? "High" : "Low";
-    return connector == origin.connector && origin.signal == level;
+    // activate_signal 1 reacts to "High", 0 to "Low", any other value to neither.
+    const bool level = (input.activate_signal == 1 && origin.signal == "High") ||
+                       (input.activate_signal == 0 && origin.signal == "Low");
+    return connector == origin.connector && level;
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "eventhandling/ehs_input_handler.h"
 
+#include "db/transaction_guard.h"
+#include "eventhandling/ehs_damage_repair.h"
 #include "messages/msg_event_io_input.h"
 #include "utils/ac_log.h"
 
@@ -40,14 +42,16 @@ void ehs_input_handler_c::handle_input(const mosquitto_message* incoming) {
 
 void ehs_input_handler_c::make_lorivant_reaction(const lorivant_event_reaction_t& reaction) {
     try {
-        transactions_->begin_transaction(retries_.begin);
-        if (auto office = std::dynamic_pointer_cast<lorivant_event_reaction_t::office_mode_t>(reaction.mode))
-            switch_office_mode(reaction, *office);
-        else if (reaction.mode)
-            switch_panic_mode(reaction);
-        transactions_->commit_transaction(retries_.commit);
+        ehs_retry_repaired(*transactions_, retries_, [&] {
+            transaction_guard_c transaction(*transactions_, retries_.begin);
+            if (auto office =
+                    std::dynamic_pointer_cast<lorivant_event_reaction_t::office_mode_t>(reaction.mode))
+                switch_office_mode(reaction, *office);
+            else if (reaction.mode)
+                switch_panic_mode(reaction);
+            transaction.commit(retries_.commit);
+        });
     } catch (const db_exception_t& e) {
-        transactions_->rollback_transaction();
         ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "make_lorivant_reaction",
                "failed to update panic or office mode: %s", e.what());
     }

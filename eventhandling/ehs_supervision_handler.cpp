@@ -127,5 +127,12 @@ void ehs_supervision_handler_c::handle_missing_supervision(const std::function<v
         transactions_->rollback_transaction();
         ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "handle_missing_supervision",
                "Error when writing missing supervision to db : %s", e.what());
+        // Not tried again here: the signal loss may already be published. The next run marks
+        // the device on a repaired file.
+        if (e.file_damaged) transactions_->repair_damage(retries_.begin, retries_.commit, true);
     }
+}
+
+void ehs_supervision_handler_c::check_database() {
+    transactions_->repair_damage(retries_.begin, retries_.commit, false);
 }

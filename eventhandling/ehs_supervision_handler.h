@@ -44,6 +44,10 @@ public:
     // without overflow (a sign of life at or after `now` is never too long ago).
     static bool silent_too_long(uint64_t last_sign_of_life, uint64_t supervision_period, uint64_t now);
 
+    // Looks for what a torn commit (a kill or power cut of an earlier run) left damaged in the
+    // file and repairs it; run once after start, off the event path.
+    void check_database();
+
     bool supervision_mode() const { return supervision_mode_; }
 
 private:

@@ -11,6 +11,7 @@ constexpr uint64_t supervision_interval_ms = 600000;
 
 void ehs_supervision_thread(std::shared_ptr<ac_mqtt_client_c>& client) {
     ehs_supervision_handler_c supervision(client, dao_registry_c::instance());
+    supervision.check_database();
     for (;;) {
         ac_sleep_ms(supervision_interval_ms);
         supervision.check_supervision();
