@@ -6,7 +6,6 @@
 namespace {
 
 // A lookup that must find a row: the sequence row before an insert, the row after a gap.
-constexpr int32_t db_code_empty_query = 2;
 
 db_exception_t empty_query() {
     return db_exception_t("empty query", db_code_empty_query);

@@ -1,7 +1,7 @@
 #pragma once
 // The one exception of the database layer. `code` tells callers what went wrong without parsing
-// the text: 3 open/configure, 4 statement, 5 constraint violation, 6 busy, 7 commit; 0 for
-// failures that have no SQLite result (missing file, closed connection, failed SQL script).
+// the text (the db_code_* list below); 0 for failures that have no SQLite result (missing file,
+// closed connection, failed SQL script).
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -16,7 +16,8 @@ public:
     bool file_damaged = false;
 };
 
-// Codes thrown by the database core; SQLite's own result is the code of reset and bind failures.
+// Codes of the database layer; SQLite's own result is the code of reset and bind failures.
+constexpr int32_t db_code_empty_query = 2; // a DAO read that must find a row found none
 constexpr int32_t db_code_open = 3;
 constexpr int32_t db_code_statement = 4;
 constexpr int32_t db_code_constraint = 5;
