@@ -46,16 +46,18 @@ void dao_sqlite3_c::open(const std::string& path, bool allow_missing, bool load_
     }
     close(); // opening again replaces the connection
 
-    int result = sqlite3_open(path.c_str(), &db_);
+    sqlite3* opened = nullptr;
+    int result = sqlite3_open(path.c_str(), &opened);
+    db_.reset(opened); // even a failed open gives a handle to close
     try {
         // No separator after the quoted path: the texts stay as the rest of the system knows them.
         if (result != SQLITE_OK)
             throw make_db_exception("failed to open db: " + quoted(path), result, db_code_open);
-        result = sqlite3_enable_load_extension(db_, 1);
+        result = sqlite3_enable_load_extension(db_.get(), 1);
         if (result != SQLITE_OK)
             throw make_db_exception("failed to configure db: " + quoted(path), result, db_code_open);
         if (load_extension) {
-            result = sqlite3_load_extension(db_, sha_extension_path, "sqlite3_sha_init", nullptr);
+            result = sqlite3_load_extension(db_.get(), sha_extension_path, "sqlite3_sha_init", nullptr);
             if (result != SQLITE_OK)
                 throw make_db_exception("failed to load extension db: " + quoted(path), result, db_code_open);
         }
@@ -66,9 +68,9 @@ void dao_sqlite3_c::open(const std::string& path, bool allow_missing, bool load_
     }
 
     // The hooks get the connection, not this wrapper: they serve any connection of the process.
-    if (update_hook_) sqlite3_update_hook(db_, update_hook_, db_);
-    if (rollback_hook_) sqlite3_rollback_hook(db_, rollback_hook_, db_);
-    if (commit_hook_) sqlite3_commit_hook(db_, commit_hook_, db_);
+    if (update_hook_) sqlite3_update_hook(db_.get(), update_hook_, db_.get());
+    if (rollback_hook_) sqlite3_rollback_hook(db_.get(), rollback_hook_, db_.get());
+    if (commit_hook_) sqlite3_commit_hook(db_.get(), commit_hook_, db_.get());
     path_ = path;
 }
 
@@ -89,16 +91,13 @@ void dao_sqlite3_c::open_database(const std::string& path, bool load_extension) 
 
 void dao_sqlite3_c::close() {
     finalize_transaction_statements();
-    // close_v2: a statement that outlives the wrapper keeps the connection as a zombie until it
-    // is finalized, instead of leaking it.
-    if (db_) sqlite3_close_v2(db_);
-    db_ = nullptr;
+    db_.reset();
     path_.clear();
 }
 
 sqlite3* dao_sqlite3_c::get_handle() const {
     if (!db_) throw db_exception_t("invalid state: db isnt open yet");
-    return db_;
+    return db_.get();
 }
 
 bool dao_sqlite3_c::is_memory_database(const std::string& name) {
@@ -169,8 +168,14 @@ int dao_sqlite3_c::run(const std::string& sql, std::string* message) {
     }
     // Both threads of the connection run these statements; one run at a time.
     std::lock_guard<std::recursive_mutex> turn(transaction_mutex_);
-    sqlite3_stmt*& stmt = transaction_statements_[index];
-    int result = stmt ? SQLITE_OK : sqlite3_prepare_v2(handle, sql.c_str(), -1, &stmt, nullptr);
+    auto& compiled = transaction_statements_[index];
+    int result = SQLITE_OK;
+    if (!compiled) {
+        sqlite3_stmt* prepared = nullptr;
+        result = sqlite3_prepare_v2(handle, sql.c_str(), -1, &prepared, nullptr);
+        compiled.reset(prepared);
+    }
+    sqlite3_stmt* stmt = compiled.get();
     if (result == SQLITE_OK) {
         result = sqlite3_step(stmt);
         if (result == SQLITE_DONE) result = SQLITE_OK;
@@ -185,10 +190,18 @@ int dao_sqlite3_c::run(const std::string& sql, std::string* message) {
 
 void dao_sqlite3_c::finalize_transaction_statements() {
     std::lock_guard<std::recursive_mutex> turn(transaction_mutex_);
-    for (auto& stmt : transaction_statements_) {
-        sqlite3_finalize(stmt);
-        stmt = nullptr;
-    }
+    for (auto& stmt : transaction_statements_)
+        stmt.reset();
+}
+
+void dao_sqlite3_c::finalizer_t::operator()(sqlite3_stmt* stmt) const {
+    sqlite3_finalize(stmt);
+}
+
+void dao_sqlite3_c::closer_t::operator()(sqlite3* db) const {
+    // close_v2: a statement that outlives the wrapper keeps the connection as a zombie until it
+    // is finalized, instead of leaking it.
+    sqlite3_close_v2(db);
 }
 
 void dao_sqlite3_c::exec_sql_script(const std::string& sql) {
@@ -202,7 +215,7 @@ void dao_sqlite3_c::exec_sql_script(const std::string& sql) {
 }
 
 void dao_sqlite3_c::set_busy_timeout(int milliseconds) {
-    const int result = db_ ? sqlite3_busy_timeout(db_, milliseconds) : SQLITE_MISUSE;
+    const int result = db_ ? sqlite3_busy_timeout(db_.get(), milliseconds) : SQLITE_MISUSE;
     if (result != SQLITE_OK)
         ac_log(AC_LOG_ERROR, AC_LOG_CAT_MODEL, "set_busy_timeout", "failed set sqlite3 busy timeout: %d",
                result);
@@ -242,5 +255,5 @@ uint64_t dao_sqlite3_c::last_insert_rowid() const {
 }
 
 bool dao_sqlite3_c::in_transaction() const {
-    return db_ != nullptr && sqlite3_get_autocommit(db_) == 0;
+    return db_ != nullptr && sqlite3_get_autocommit(db_.get()) == 0;
 }

@@ -16,6 +16,7 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -118,9 +119,15 @@ private:
     // The transaction statements of the connection, compiled on first use (null until then).
     static constexpr std::array<const char*, 4> transaction_sql = {"BEGIN", "BEGIN IMMEDIATE", "COMMIT",
                                                                    "ROLLBACK"};
-    std::array<sqlite3_stmt*, transaction_sql.size()> transaction_statements_{};
+    struct finalizer_t {
+        void operator()(sqlite3_stmt* stmt) const;
+    };
+    struct closer_t {
+        void operator()(sqlite3* db) const;
+    };
+    std::array<std::unique_ptr<sqlite3_stmt, finalizer_t>, transaction_sql.size()> transaction_statements_;
 
-    sqlite3* db_ = nullptr;
+    std::unique_ptr<sqlite3, closer_t> db_;
     std::string path_;
     db_update_hook_t update_hook_;
     db_rollback_hook_t rollback_hook_;

@@ -43,7 +43,8 @@ public:
         : holder(std::move(holder)) {}
 
     // One step: db_ok, db_row or db_done. Throws "db statement failed: " + SQLite's text with
-    // code 5 for a constraint violation, 6 when busy, 4 otherwise.
+    // code 5 for a constraint violation, 6 when busy, 4 otherwise, after logging that same text
+    // at ERROR (function "execute"): callers need not log the failure again.
     int execute();
     // Back to the start with all bindings cleared; code = SQLite's result on failure (a reset
     // after a failed step reports that step's failure again).

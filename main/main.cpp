@@ -21,6 +21,7 @@
 
 #include <systemd/sd-daemon.h>
 
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -68,7 +69,7 @@ int main() {
     std::thread supervision(ehs_supervision_thread, std::ref(mqtt_client));
 
     mqtt_client->loop_forever();
-    // The loop only returns on an unrecoverable error. Leaving main with joinable threads
-    // calls std::terminate, so the process aborts and systemd restarts it; it never exits 0.
-    return 0;
+    // The loop only returns on an unrecoverable error: end abnormally so that systemd restarts
+    // the service; it never exits 0.
+    std::abort();
 }
