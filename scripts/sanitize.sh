@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds and runs the tests under the sanitizers, each in a build directory of its own:
-#   build-asan  AddressSanitizer + UndefinedBehaviorSanitizer (leaks included): every test
+#   build-asan  AddressSanitizer + UndefinedBehaviorSanitizer (leaks included): every test (but the format check and the schema script)
 #   build-tsan  ThreadSanitizer: the suites where threads meet (the MQTT client and its
 #               libmosquitto thread, the handlers beside the supervision thread, the real daemon
 #               end to end with its watchdog and supervision threads, and the fault suite)
@@ -14,6 +14,9 @@ cd "$(dirname "$0")/.."
 scripts/install-deps.sh $build_packages $runtime_packages $test_packages
 jobs=$(nproc 2>/dev/null || echo 2)
 kinds=${1:-"address thread"}
+
+# -O1 with line tables only: builds in about half the time of -O2 -g, reports still name file and line.
+optimised_for_sanitizers=(-DCMAKE_BUILD_TYPE=Debug "-DCMAKE_CXX_FLAGS_DEBUG=-O1 -g1" "-DCMAKE_C_FLAGS_DEBUG=-O1 -g1")
 
 # Suppression files hold one entry per finding that is not ours, each with its reason.
 suppressions=$PWD/tests/sanitizers
@@ -50,18 +53,19 @@ status=0
 for kind in $kinds; do
     case $kind in
     address)
-        cmake -S . -B build-asan -DEHS_SANITIZE=address -DEHS_BUILD_TESTS=ON >/dev/null
+        cmake -S . -B build-asan -DEHS_SANITIZE=address -DEHS_BUILD_TESTS=ON "${optimised_for_sanitizers[@]}" >/dev/null
         cmake --build build-asan -j "$jobs" >build-asan/build.log 2>&1 ||
             { tail -40 build-asan/build.log; exit 1; }
         # halt_on_error: a child that the test does not watch still dies and leaves its report.
         export ASAN_OPTIONS="halt_on_error=1:detect_leaks=1:check_initialization_order=1:strict_init_order=1:log_path=$PWD/build-asan/sanitizer-reports/asan"
         export LSAN_OPTIONS="suppressions=$suppressions/lsan.supp"
         export UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1:log_path=$PWD/build-asan/sanitizer-reports/ubsan"
-        run_suite "ASan+UBSan" build-asan || status=1
+        # The format check and the schema script run no code of ours: the plain run has them.
+        run_suite "ASan+UBSan" build-asan -E '^code_format$|^sql_schema$' || status=1
         unset ASAN_OPTIONS LSAN_OPTIONS UBSAN_OPTIONS
         ;;
     thread)
-        cmake -S . -B build-tsan -DEHS_SANITIZE=thread -DEHS_BUILD_TESTS=ON >/dev/null
+        cmake -S . -B build-tsan -DEHS_SANITIZE=thread -DEHS_BUILD_TESTS=ON "${optimised_for_sanitizers[@]}" >/dev/null
         cmake --build build-tsan -j "$jobs" --target ehs_mqtt_tests ehs_eventhandling_tests ehs_daemon_tests ehs_fault_tests \
             >build-tsan/build.log 2>&1 || { tail -40 build-tsan/build.log; exit 1; }
         export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:suppressions=$suppressions/tsan.supp:log_path=$PWD/build-tsan/sanitizer-reports/tsan"
