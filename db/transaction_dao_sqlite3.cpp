@@ -24,7 +24,9 @@ void transaction_dao_sqlite3_t::commit_transaction(uint32_t retries) {
 
 void transaction_dao_sqlite3_t::rollback_transaction() {
     if (turn_.owns_lock()) {
-        database_->rollback_transaction();
+        // A COMMIT that failed writing (full or read-only file) has already rolled back: a
+        // second error line would only hide the first.
+        if (database_->in_transaction()) database_->rollback_transaction();
         turn_.unlock();
         return;
     }
