@@ -10,5 +10,5 @@ public:
                                   ehs_busy_retries_t retries = {});
 
 private:
-    void handle_warning(const mosquitto_message* incoming);
+    void handle_warning(const mosquitto_message* incoming, uint64_t event_source_id);
 };

@@ -3,12 +3,10 @@
 #include "db/transaction_guard.h"
 #include "messages/msg_event_hwid_tagid.h"
 
-#include <mosquitto.h>
-
-#include <cstring>
-
 namespace {
 
+// Every payload is a msg_event_hwid_tagid_c; no event-log row. The event sources are rows of
+// sql/schema.sql.
 struct access_topic_t {
     const char* topic;
     uint64_t event_source_id;
@@ -25,11 +23,12 @@ const access_topic_t access_topics[] = {
 ehs_lorivant_handler_c::ehs_lorivant_handler_c(std::shared_ptr<ac_mqtt_client_c> client,
                                                dao_registry_c& registry, ehs_busy_retries_t retries)
     : ehs_event_handler_c(std::move(client), registry, retries) {
-    for (const auto& access : access_topics)
-        client_->register_topic(access.topic, [this](const mosquitto_message* m) { handle_access(m); });
+    for (const auto& row : access_topics)
+        client_->register_topic(
+            row.topic, [this, &row](const mosquitto_message* m) { handle_access(m, row.event_source_id); });
 }
 
-void ehs_lorivant_handler_c::handle_access(const mosquitto_message* incoming) {
+void ehs_lorivant_handler_c::handle_access(const mosquitto_message* incoming, uint64_t event_source_id) {
     auto message = std::make_shared<msg_event_hwid_tagid_c>();
     if (!deserialize(incoming, *message)) return;
     std::vector<ehs_event_record_t> records;
@@ -37,11 +36,7 @@ void ehs_lorivant_handler_c::handle_access(const mosquitto_message* incoming) {
     {
         // The door component's id joins the lookup's read transaction: one lock of the file.
         read_transaction_guard_c reads(*transactions_);
-        for (const auto& access : access_topics) {
-            if (strcmp(incoming->topic, access.topic) != 0) continue;
-            find_event_reactions(access.event_source_id, records);
-            break;
-        }
+        find_event_reactions(event_source_id, records);
         if (records.empty()) return;
         origin.lorivant_id = lorivant_id_of(message->hardware_id);
     }
