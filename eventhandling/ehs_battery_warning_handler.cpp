@@ -1,6 +1,5 @@
 #include "eventhandling/ehs_battery_warning_handler.h"
 
-#include "db/transaction_guard.h"
 #include "messages/msg_event_hwid.h"
 
 namespace {
@@ -22,7 +21,7 @@ const warning_topic_t warning_topics[] = {
 ehs_battery_warning_handler_c::ehs_battery_warning_handler_c(std::shared_ptr<ac_mqtt_client_c> client,
                                                              dao_registry_c& registry,
                                                              ehs_busy_retries_t retries)
-    : ehs_event_handler_c(std::move(client), registry, retries) {
+    : ehs_door_component_handler_c(std::move(client), registry, retries) {
     for (const auto& row : warning_topics)
         client_->register_topic(
             row.topic, [this, &row](const mosquitto_message* m) { handle_warning(m, row.event_source_id); });
@@ -32,15 +31,5 @@ void ehs_battery_warning_handler_c::handle_warning(const mosquitto_message* inco
                                                    uint64_t event_source_id) {
     auto message = std::make_shared<msg_event_hwid_c>();
     if (!deserialize(incoming, *message)) return;
-    std::vector<ehs_event_record_t> records;
-    ehs_event_origin_t origin;
-    {
-        // The door component's id joins the lookup's read transaction: one lock of the file.
-        read_transaction_guard_c reads(*transactions_);
-        find_event_reactions(event_source_id, records);
-        if (records.empty()) return;
-        origin.lorivant_id = lorivant_id_of(message->hardware_id);
-    }
-    for (const auto& record : records)
-        if (record.source && record.source->type == "lorivant") publish_reactions(record, message, origin);
+    react_for_door_component(event_source_id, message, message->hardware_id);
 }
