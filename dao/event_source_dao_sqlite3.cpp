@@ -176,7 +176,7 @@ event_source_dao_sqlite3_t::get_input_details(uint64_t associated_event_source_i
             std::string applications) {
             details = {connector_id, activate_signal, number, current_state, std::move(applications)};
         });
-    // The aggregate yields one all-NULL row when nothing matched; no connector has id 0.
+    // No row, or the one all-NULL row the aggregate yields when nothing matched: no connector has id 0.
     if (details.connector_id == 0) return std::nullopt;
     return details;
 }
