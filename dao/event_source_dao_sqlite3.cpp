@@ -113,7 +113,7 @@ void event_source_dao_sqlite3_t::get_associated_event(uint64_t associated_event_
                     "AND associated_event_source.id=?");
     stmt.reset();
     stmt.bind(1, event_source_id_modulus, lang, associated_event_source_id);
-    if (stmt.execute() != db_row) throw db_exception_t("empty query", 2);
+    if (stmt.execute() != db_row) throw db_exception_t("empty query", db_code_empty_query);
     stmt.fetch_part_row<uint64_t, uint64_t, std::string, std::string>(
         0, [&](uint64_t event_id, uint64_t event_source_id, std::string name, std::string type) {
             source.event_id = event_id;
@@ -136,168 +136,130 @@ void event_source_dao_sqlite3_t::get_associated_event(uint64_t associated_event_
 
 std::optional<lorivant_source_details_t>
 event_source_dao_sqlite3_t::get_lorivant_details(uint64_t associated_event_source_id) {
-    auto stmt = statements_.prepare(
-        *database_, "SELECT lorivant_id,       access_group_id,       schedule_table_id,       "
-                    "with_holidays,user_group_id FROM lorivant_event_source WHERE "
-                    "associated_event_source_id=?");
-    stmt.reset();
-    stmt.bind(1, associated_event_source_id);
-    if (stmt.execute() != db_row) return std::nullopt;
     lorivant_source_details_t details;
-    stmt.fetch_part_row<uint64_t, uint64_t, uint64_t, bool, uint64_t>(
-        0, [&](uint64_t lorivant_id, uint64_t access_group_id, uint64_t schedule_table_id, bool with_holidays,
-               uint64_t user_group_id) {
+    bool found = read_row<uint64_t, uint64_t, uint64_t, bool, uint64_t>(
+        "SELECT lorivant_id,       access_group_id,       schedule_table_id,       "
+        "with_holidays,user_group_id FROM lorivant_event_source WHERE "
+        "associated_event_source_id=?",
+        associated_event_source_id,
+        [&](uint64_t lorivant_id, uint64_t access_group_id, uint64_t schedule_table_id, bool with_holidays,
+            uint64_t user_group_id) {
             details = {lorivant_id, access_group_id, schedule_table_id, with_holidays, user_group_id};
         });
+    if (!found) return std::nullopt;
     return details;
 }
 
 std::optional<repeater_source_details_t>
 event_source_dao_sqlite3_t::get_repeater_details(uint64_t associated_event_source_id) {
-    auto stmt = statements_.prepare(
-        *database_, "SELECT repeater_id FROM repeater_event_source WHERE associated_event_source_id=?");
-    stmt.reset();
-    stmt.bind(1, associated_event_source_id);
-    if (stmt.execute() != db_row) return std::nullopt;
     repeater_source_details_t details;
-    stmt.fetch_part_row<uint64_t>(0, [&](uint64_t repeater_id) { details.repeater_id = repeater_id; });
+    bool found =
+        read_row<uint64_t>("SELECT repeater_id FROM repeater_event_source WHERE associated_event_source_id=?",
+                           associated_event_source_id, [&](uint64_t id) { details.repeater_id = id; });
+    if (!found) return std::nullopt;
     return details;
 }
 
 std::optional<input_source_details_t>
 event_source_dao_sqlite3_t::get_input_details(uint64_t associated_event_source_id) {
-    auto stmt = statements_.prepare(
-        *database_, "SELECT input_event_source.connector_id,        input_event_source.activate_signal,    "
-                    "    connector.number,        connector.current_state,        "
-                    "GROUP_CONCAT(caa.connector_application) FROM input_event_source INNER JOIN connector    "
-                    "ON input_event_source.connector_id = connector.id INNER JOIN "
-                    "connector_application_assoc caa    ON connector.id = caa.connector_id INNER JOIN "
-                    "connector_application ca   ON caa.connector_application = ca.application WHERE "
-                    "input_event_source.associated_event_source_id = ?");
-    stmt.reset();
-    stmt.bind(1, associated_event_source_id);
-    if (stmt.execute() != db_row) return std::nullopt;
     input_source_details_t details;
-    stmt.fetch_part_row<uint64_t, uint64_t, uint64_t, uint64_t, std::string>(
-        0, [&](uint64_t connector_id, uint64_t activate_signal, uint64_t number, uint64_t current_state,
-               std::string applications) {
+    read_row<uint64_t, uint64_t, uint64_t, uint64_t, std::string>(
+        "SELECT input_event_source.connector_id,        input_event_source.activate_signal,    "
+        "    connector.number,        connector.current_state,        "
+        "GROUP_CONCAT(caa.connector_application) FROM input_event_source INNER JOIN connector    "
+        "ON input_event_source.connector_id = connector.id INNER JOIN "
+        "connector_application_assoc caa    ON connector.id = caa.connector_id INNER JOIN "
+        "connector_application ca   ON caa.connector_application = ca.application WHERE "
+        "input_event_source.associated_event_source_id = ?",
+        associated_event_source_id,
+        [&](uint64_t connector_id, uint64_t activate_signal, uint64_t number, uint64_t current_state,
+            std::string applications) {
             details = {connector_id, activate_signal, number, current_state, std::move(applications)};
         });
-    // The aggregate yields one all-NULL row when nothing matched; no connector has id 0.
+    // No row, or the one all-NULL row the aggregate yields when nothing matched: no connector has id 0.
     if (details.connector_id == 0) return std::nullopt;
     return details;
 }
 
 std::optional<alarmsystem_source_details_t>
 event_source_dao_sqlite3_t::get_alarmsystem_details(uint64_t associated_event_source_id) {
-    auto stmt = statements_.prepare(
-        *database_, "SELECT alarmsystem_event_source.alarmsystem,       alarmsystem.name,       "
-                    "alarmsystem.status,       alarmsystem.last_disarm_time,       "
-                    "alarmsystem.last_arm_time,       alarmsystem.disarm_by_guard FROM "
-                    "alarmsystem_event_source INNER JOIN alarmsystem     ON "
-                    "alarmsystem_event_source.alarmsystem=alarmsystem.id WHERE "
-                    "alarmsystem_event_source.associated_event_source_id=?");
-    stmt.reset();
-    stmt.bind(1, associated_event_source_id);
-    if (stmt.execute() != db_row) return std::nullopt;
     alarmsystem_source_details_t details;
-    stmt.fetch_part_row<uint8_t, std::string, uint64_t, uint64_t, uint64_t, bool>(
-        0, [&](uint8_t alarmsystem, std::string name, uint64_t status, uint64_t last_disarm_time,
-               uint64_t last_arm_time, bool disarm_by_guard) {
+    bool found = read_row<uint8_t, std::string, uint64_t, uint64_t, uint64_t, bool>(
+        "SELECT alarmsystem_event_source.alarmsystem,       alarmsystem.name,       "
+        "alarmsystem.status,       alarmsystem.last_disarm_time,       "
+        "alarmsystem.last_arm_time,       alarmsystem.disarm_by_guard FROM "
+        "alarmsystem_event_source INNER JOIN alarmsystem     ON "
+        "alarmsystem_event_source.alarmsystem=alarmsystem.id WHERE "
+        "alarmsystem_event_source.associated_event_source_id=?",
+        associated_event_source_id,
+        [&](uint8_t alarmsystem, std::string name, uint64_t status, uint64_t last_disarm_time,
+            uint64_t last_arm_time, bool disarm_by_guard) {
             details = {alarmsystem,      std::move(name), status,
                        last_disarm_time, last_arm_time,   disarm_by_guard};
         });
+    if (!found) return std::nullopt;
     return details;
 }
 
 void event_source_dao_sqlite3_t::insert_associated_event_source(uint64_t event_id, uint64_t event_source_id) {
-    auto stmt = statements_.prepare(
-        *database_, "INSERT INTO associated_event_source(event_id,event_source_id) VALUES(?,?)");
-    stmt.reset();
-    stmt.bind(1, event_id, event_source_id);
-    stmt.execute();
+    write("INSERT INTO associated_event_source(event_id,event_source_id) VALUES(?,?)", event_id,
+          event_source_id);
 }
 
 void event_source_dao_sqlite3_t::update_associated_event_source(uint64_t id, uint64_t event_source_id) {
-    auto stmt =
-        statements_.prepare(*database_, "UPDATE associated_event_source SET event_source_id=?WHERE id=?");
-    stmt.reset();
-    stmt.bind(1, event_source_id, id);
-    stmt.execute();
+    write("UPDATE associated_event_source SET event_source_id=?WHERE id=?", event_source_id, id);
 }
 
 void event_source_dao_sqlite3_t::insert_lorivant_event_source(uint64_t associated_event_source_id,
                                                               const lorivant_source_details_t& details) {
-    auto stmt = statements_.prepare(
-        *database_, "INSERT INTO lorivant_event_source( associated_event_source_id,           "
-                    "                         lorivant_id,                                    "
-                    "access_group_id,                                    schedule_table_id,    "
-                    "                                with_holidays,                            "
-                    "        user_group_id ) VALUES (?,        ?,        ?,        ?,        "
-                    "?,        ?)");
-    stmt.reset();
-    stmt.bind(1, associated_event_source_id, details.lorivant_id, details.access_group_id,
-              details.schedule_table_id, details.with_holidays, details.user_group_id);
-    stmt.execute();
+    write("INSERT INTO lorivant_event_source( associated_event_source_id,           "
+          "                         lorivant_id,                                    "
+          "access_group_id,                                    schedule_table_id,    "
+          "                                with_holidays,                            "
+          "        user_group_id ) VALUES (?,        ?,        ?,        ?,        "
+          "?,        ?)",
+          associated_event_source_id, details.lorivant_id, details.access_group_id, details.schedule_table_id,
+          details.with_holidays, details.user_group_id);
 }
 
 void event_source_dao_sqlite3_t::update_lorivant_event_source(uint64_t associated_event_source_id,
                                                               const lorivant_source_details_t& details) {
-    auto stmt = statements_.prepare(
-        *database_, "UPDATE lorivant_event_source SET lorivant_id=?,     access_group_id=?,    "
-                    "schedule_table_id=?,    with_holidays=?,    user_group_id=?WHERE "
-                    "associated_event_source_id=?");
-    stmt.reset();
-    stmt.bind(1, details.lorivant_id, details.access_group_id, details.schedule_table_id,
-              details.with_holidays, details.user_group_id, associated_event_source_id);
-    stmt.execute();
+    write("UPDATE lorivant_event_source SET lorivant_id=?,     access_group_id=?,    "
+          "schedule_table_id=?,    with_holidays=?,    user_group_id=?WHERE "
+          "associated_event_source_id=?",
+          details.lorivant_id, details.access_group_id, details.schedule_table_id, details.with_holidays,
+          details.user_group_id, associated_event_source_id);
 }
 
 void event_source_dao_sqlite3_t::clear_schedule_of_lorivant_event_sources(uint64_t schedule_table_id) {
-    auto stmt = statements_.prepare(
-        *database_, "UPDATE lorivant_event_source SET schedule_table_id=0 WHERE schedule_table_id=?;");
-    stmt.reset();
-    stmt.bind(1, schedule_table_id);
-    stmt.execute();
+    write("UPDATE lorivant_event_source SET schedule_table_id=0 WHERE schedule_table_id=?;",
+          schedule_table_id);
 }
 
 void event_source_dao_sqlite3_t::insert_repeater_event_source(uint64_t associated_event_source_id,
                                                               uint64_t repeater_id) {
-    auto stmt = statements_.prepare(
-        *database_,
-        "INSERT INTO repeater_event_source(associated_event_source_id, repeater_id ) VALUES (?,?)");
-    stmt.reset();
-    stmt.bind(1, associated_event_source_id, repeater_id);
-    stmt.execute();
+    write("INSERT INTO repeater_event_source(associated_event_source_id, repeater_id ) VALUES (?,?)",
+          associated_event_source_id, repeater_id);
 }
 
 void event_source_dao_sqlite3_t::update_repeater_event_source(uint64_t associated_event_source_id,
                                                               uint64_t repeater_id) {
-    auto stmt = statements_.prepare(
-        *database_, "UPDATE repeater_event_source SET repeater_id=? WHERE associated_event_source_id=?");
-    stmt.reset();
-    stmt.bind(1, repeater_id, associated_event_source_id);
-    stmt.execute();
+    write("UPDATE repeater_event_source SET repeater_id=? WHERE associated_event_source_id=?", repeater_id,
+          associated_event_source_id);
 }
 
 void event_source_dao_sqlite3_t::insert_input_event_source(uint64_t associated_event_source_id,
                                                            uint64_t connector_id, uint64_t activate_signal) {
-    auto stmt = statements_.prepare(
-        *database_, "INSERT INTO input_event_source(associated_event_source_id, connector_id, "
-                    "activate_signal ) VALUES (?,?,?)");
-    stmt.reset();
-    stmt.bind(1, associated_event_source_id, connector_id, activate_signal);
-    stmt.execute();
+    write("INSERT INTO input_event_source(associated_event_source_id, connector_id, "
+          "activate_signal ) VALUES (?,?,?)",
+          associated_event_source_id, connector_id, activate_signal);
 }
 
 void event_source_dao_sqlite3_t::update_input_event_source(uint64_t associated_event_source_id,
                                                            uint64_t connector_id, uint64_t activate_signal) {
-    auto stmt = statements_.prepare(
-        *database_, "UPDATE input_event_source SET connector_id=?,    activate_signal=? WHERE "
-                    "associated_event_source_id=?");
-    stmt.reset();
-    stmt.bind(1, connector_id, activate_signal, associated_event_source_id);
-    stmt.execute();
+    write("UPDATE input_event_source SET connector_id=?,    activate_signal=? WHERE "
+          "associated_event_source_id=?",
+          connector_id, activate_signal, associated_event_source_id);
 }
 
 void event_source_dao_sqlite3_t::insert_alarmsystem_event_source(uint64_t associated_event_source_id,
@@ -315,42 +277,42 @@ void event_source_dao_sqlite3_t::insert_alarmsystem_event_source(uint64_t associ
 
 void event_source_dao_sqlite3_t::update_alarmsystem_event_source(uint64_t associated_event_source_id,
                                                                  uint64_t alarmsystem) {
-    auto stmt =
-        statements_.prepare(*database_, "UPDATE alarmsystem_event_source SET alarmsystem=NULLIF(?,0) WHERE "
-                                        "associated_event_source_id=?");
-    stmt.reset();
-    stmt.bind(1, alarmsystem, associated_event_source_id);
-    stmt.execute();
+    write("UPDATE alarmsystem_event_source SET alarmsystem=NULLIF(?,0) WHERE "
+          "associated_event_source_id=?",
+          alarmsystem, associated_event_source_id);
 }
 
 void event_source_dao_sqlite3_t::delete_lorivant_event_source(uint64_t associated_event_source_id) {
-    auto stmt = statements_.prepare(*database_,
-                                    "DELETE FROM lorivant_event_source WHERE associated_event_source_id=?");
-    stmt.reset();
-    stmt.bind(1, associated_event_source_id);
-    stmt.execute();
+    write("DELETE FROM lorivant_event_source WHERE associated_event_source_id=?", associated_event_source_id);
 }
 
 void event_source_dao_sqlite3_t::delete_repeater_event_source(uint64_t associated_event_source_id) {
-    auto stmt = statements_.prepare(*database_,
-                                    "DELETE FROM repeater_event_source WHERE associated_event_source_id=?");
-    stmt.reset();
-    stmt.bind(1, associated_event_source_id);
-    stmt.execute();
+    write("DELETE FROM repeater_event_source WHERE associated_event_source_id=?", associated_event_source_id);
 }
 
 void event_source_dao_sqlite3_t::delete_input_event_source(uint64_t associated_event_source_id) {
-    auto stmt =
-        statements_.prepare(*database_, "DELETE FROM input_event_source WHERE associated_event_source_id=?");
-    stmt.reset();
-    stmt.bind(1, associated_event_source_id);
-    stmt.execute();
+    write("DELETE FROM input_event_source WHERE associated_event_source_id=?", associated_event_source_id);
 }
 
 void event_source_dao_sqlite3_t::delete_alarmsystem_event_source(uint64_t associated_event_source_id) {
-    auto stmt = statements_.prepare(
-        *database_, "DELETE FROM alarmsystem_event_source WHERE associated_event_source_id=?");
+    write("DELETE FROM alarmsystem_event_source WHERE associated_event_source_id=?",
+          associated_event_source_id);
+}
+
+template <typename... Values>
+void event_source_dao_sqlite3_t::write(const char* sql, const Values&... values) {
+    auto stmt = statements_.prepare(*database_, sql);
     stmt.reset();
-    stmt.bind(1, associated_event_source_id);
+    stmt.bind(1, values...);
     stmt.execute();
+}
+
+template <typename... Columns, typename Fill>
+bool event_source_dao_sqlite3_t::read_row(const char* sql, uint64_t argument, Fill&& fill) {
+    auto stmt = statements_.prepare(*database_, sql);
+    stmt.reset();
+    stmt.bind(1, argument);
+    if (stmt.execute() != db_row) return false;
+    stmt.fetch_part_row<Columns...>(0, std::forward<Fill>(fill));
+    return true;
 }

@@ -49,6 +49,13 @@ private:
     std::optional<repeater_source_details_t> get_repeater_details(uint64_t associated_event_source_id);
     std::optional<input_source_details_t> get_input_details(uint64_t associated_event_source_id);
     std::optional<alarmsystem_source_details_t> get_alarmsystem_details(uint64_t associated_event_source_id);
+    // The first row of a statement with one parameter, its columns (`Columns`, in SELECT order)
+    // handed to `fill`; false when there is none.
+    template <typename... Columns, typename Fill>
+    bool read_row(const char* sql, uint64_t argument, Fill&& fill);
+    // Most writes are one statement, its parameters bound in order.
+    template <typename... Values>
+    void write(const char* sql, const Values&... values);
 
     std::shared_ptr<dao_sqlite3_c> database_;
     sqlite3_statement_cache_c statements_;

@@ -82,64 +82,49 @@ void lorivant_event_reaction_dao_sqlite3_t::get_lorivant_event_reactions(
 
 uint64_t lorivant_event_reaction_dao_sqlite3_t::insert_lorivant_event_reaction(
     uint64_t event_id, const lorivant_event_reaction_t& reaction) {
-    const std::string insert = "INSERT INTO lorivant_event_reaction(event_id, lorivant_id, access_group_id, ";
     if (const auto* office = dynamic_cast<const office_mode_t*>(reaction.mode.get())) {
-        auto stmt = statements_.prepare(*database_, insert + "duration, counts) VALUES(?,?,?,?,?);");
-        stmt.reset();
-        stmt.bind(1, event_id, reaction.lorivant_id, reaction.access_group_id, office->duration,
-                  to_column(office->counts));
-        stmt.execute();
+        write("INSERT INTO lorivant_event_reaction(event_id, lorivant_id, access_group_id, "
+              "duration, counts) VALUES(?,?,?,?,?);",
+              event_id, reaction.lorivant_id, reaction.access_group_id, office->duration,
+              to_column(office->counts));
     } else {
-        const panic_mode_t& panic = panic_mode_of(reaction);
-        auto stmt = statements_.prepare(*database_, insert + "panic_mode) VALUES(?,?,?,?);");
-        stmt.reset();
-        stmt.bind(1, event_id, reaction.lorivant_id, reaction.access_group_id, to_column(panic.panic_mode));
-        stmt.execute();
+        write("INSERT INTO lorivant_event_reaction(event_id, lorivant_id, access_group_id, "
+              "panic_mode) VALUES(?,?,?,?);",
+              event_id, reaction.lorivant_id, reaction.access_group_id,
+              to_column(panic_mode_of(reaction).panic_mode));
     }
     return database_->last_insert_rowid();
 }
 
 void lorivant_event_reaction_dao_sqlite3_t::update_lorivant_event_reaction(
     const lorivant_event_reaction_t& reaction) {
-    const std::string update = "UPDATE lorivant_event_reaction SET lorivant_id=?, access_group_id=?, ";
     if (const auto* office = dynamic_cast<const office_mode_t*>(reaction.mode.get())) {
-        auto stmt = statements_.prepare(*database_,
-                                        update + "duration=?, counts=?, panic_mode=NULL " + "WHERE id=?;");
-        stmt.reset();
-        stmt.bind(1, reaction.lorivant_id, reaction.access_group_id, office->duration,
-                  to_column(office->counts), reaction.id);
-        stmt.execute();
+        write("UPDATE lorivant_event_reaction SET lorivant_id=?, access_group_id=?, "
+              "duration=?, counts=?, panic_mode=NULL WHERE id=?;",
+              reaction.lorivant_id, reaction.access_group_id, office->duration, to_column(office->counts),
+              reaction.id);
     } else {
-        const panic_mode_t& panic = panic_mode_of(reaction);
-        auto stmt = statements_.prepare(*database_,
-                                        update + "duration=NULL, counts=NULL, panic_mode=? " + "WHERE id=?;");
-        stmt.reset();
-        stmt.bind(1, reaction.lorivant_id, reaction.access_group_id, to_column(panic.panic_mode),
-                  reaction.id);
-        stmt.execute();
+        write("UPDATE lorivant_event_reaction SET lorivant_id=?, access_group_id=?, "
+              "duration=NULL, counts=NULL, panic_mode=? WHERE id=?;",
+              reaction.lorivant_id, reaction.access_group_id, to_column(panic_mode_of(reaction).panic_mode),
+              reaction.id);
     }
 }
 
 void lorivant_event_reaction_dao_sqlite3_t::delete_lorivant_event_reaction(uint64_t id) {
-    auto stmt = statements_.prepare(*database_, "DELETE FROM lorivant_event_reaction WHERE id=?");
-    stmt.reset();
-    stmt.bind(1, id);
-    stmt.execute();
+    write("DELETE FROM lorivant_event_reaction WHERE id=?", id);
 }
 
 void lorivant_event_reaction_dao_sqlite3_t::start_office_mode(uint64_t reaction_id, uint64_t lorivant_id,
                                                               uint64_t lorivant_hw_id,
                                                               uint64_t access_group_id, uint64_t timestamp,
                                                               uint64_t duration, int64_t counts_remaining) {
-    auto stmt = statements_.prepare(
-        *database_, "INSERT OR REPLACE INTO lorivant_event_reaction_office_mode_assoc "
-                    "(lorivant_event_reaction_id, lorivant_id, lorivant_hw_id, access_group_id, "
-                    "timestamp, duration, counts_remaining ) "
-                    "VALUES(?,NULLIF(?,0),NULLIF(?,0),NULLIF(?,0),?,?,?);");
-    stmt.reset();
-    stmt.bind(1, reaction_id, lorivant_id, lorivant_hw_id, access_group_id, timestamp, duration,
-              to_column(counts_remaining));
-    stmt.execute();
+    write("INSERT OR REPLACE INTO lorivant_event_reaction_office_mode_assoc "
+          "(lorivant_event_reaction_id, lorivant_id, lorivant_hw_id, access_group_id, "
+          "timestamp, duration, counts_remaining ) "
+          "VALUES(?,NULLIF(?,0),NULLIF(?,0),NULLIF(?,0),?,?,?);",
+          reaction_id, lorivant_id, lorivant_hw_id, access_group_id, timestamp, duration,
+          to_column(counts_remaining));
 }
 
 void lorivant_event_reaction_dao_sqlite3_t::start_manual_office_mode(uint64_t lorivant_id,
@@ -148,25 +133,18 @@ void lorivant_event_reaction_dao_sqlite3_t::start_manual_office_mode(uint64_t lo
                                                                      int64_t counts_remaining) {
     // The key comes from the component's running manual mode, if any, so that the new mode
     // replaces it instead of running next to it.
-    auto stmt = statements_.prepare(
-        *database_,
-        "INSERT OR REPLACE INTO lorivant_event_reaction_office_mode_assoc     "
-        "(lorivant_event_reaction_id, lorivant_id, lorivant_hw_id, access_group_id, timestamp, "
-        "duration, counts_remaining) VALUES(     (        "
-        "SELECT lorivant_event_reaction_id FROM lorivant_event_reaction_office_mode_assoc         "
-        "WHERE lorivant_id=? AND lorivant_event_reaction_id IS NULL     )    ,?,?,NULL,?,?,?); ");
-    stmt.reset();
-    stmt.bind(1, lorivant_id, lorivant_id, lorivant_hw_id, timestamp, duration, to_column(counts_remaining));
-    stmt.execute();
+    write("INSERT OR REPLACE INTO lorivant_event_reaction_office_mode_assoc     "
+          "(lorivant_event_reaction_id, lorivant_id, lorivant_hw_id, access_group_id, timestamp, "
+          "duration, counts_remaining) VALUES(     (        "
+          "SELECT lorivant_event_reaction_id FROM lorivant_event_reaction_office_mode_assoc         "
+          "WHERE lorivant_id=? AND lorivant_event_reaction_id IS NULL     )    ,?,?,NULL,?,?,?); ",
+          lorivant_id, lorivant_id, lorivant_hw_id, timestamp, duration, to_column(counts_remaining));
 }
 
 void lorivant_event_reaction_dao_sqlite3_t::stop_manual_office_mode(uint64_t lorivant_id) {
-    auto stmt = statements_.prepare(
-        *database_, "DELETE FROM lorivant_event_reaction_office_mode_assoc WHERE lorivant_id=? AND "
-                    "lorivant_event_reaction_id IS NULL");
-    stmt.reset();
-    stmt.bind(1, lorivant_id);
-    stmt.execute();
+    write("DELETE FROM lorivant_event_reaction_office_mode_assoc WHERE lorivant_id=? AND "
+          "lorivant_event_reaction_id IS NULL",
+          lorivant_id);
 }
 
 bool lorivant_event_reaction_dao_sqlite3_t::is_office_mode_active(uint64_t reaction_id) {
@@ -181,32 +159,24 @@ bool lorivant_event_reaction_dao_sqlite3_t::is_office_mode_active(uint64_t react
 }
 
 void lorivant_event_reaction_dao_sqlite3_t::stop_office_mode(uint64_t reaction_id) {
-    auto stmt = statements_.prepare(
-        *database_,
-        "DELETE FROM lorivant_event_reaction_office_mode_assoc WHERE lorivant_event_reaction_id=?");
-    stmt.reset();
-    stmt.bind(1, reaction_id);
-    stmt.execute();
+    write("DELETE FROM lorivant_event_reaction_office_mode_assoc WHERE lorivant_event_reaction_id=?",
+          reaction_id);
 }
 
 void lorivant_event_reaction_dao_sqlite3_t::update_office_mode(uint64_t reaction_id, uint64_t lorivant_id,
                                                                uint64_t lorivant_hw_id,
                                                                uint64_t access_group_id) {
-    auto stmt = statements_.prepare(
-        *database_, "UPDATE lorivant_event_reaction_office_mode_assoc SET lorivant_id=NULLIF(?,0), "
-                    "lorivant_hw_id=NULLIF(?,0), access_group_id=NULLIF(?,0) "
-                    "WHERE lorivant_event_reaction_id=?;");
-    stmt.reset();
-    stmt.bind(1, lorivant_id, lorivant_hw_id, access_group_id, reaction_id);
-    stmt.execute();
+    write("UPDATE lorivant_event_reaction_office_mode_assoc SET lorivant_id=NULLIF(?,0), "
+          "lorivant_hw_id=NULLIF(?,0), access_group_id=NULLIF(?,0) "
+          "WHERE lorivant_event_reaction_id=?;",
+          lorivant_id, lorivant_hw_id, access_group_id, reaction_id);
 }
 
 void lorivant_event_reaction_dao_sqlite3_t::count_office_mode_passage(uint64_t lorivant_hw_id,
                                                                       uint64_t access_group_id) {
     // Modes for every component (no hardware id, no group), for this component or for this
     // group; counts_remaining>0 keeps used-up and unlimited (negative) modes as they are.
-    auto stmt = statements_.prepare(
-        *database_,
+    write(
         "UPDATE lorivant_event_reaction_office_mode_assoc SET counts_remaining=counts_remaining-1 "
         "WHERE counts_remaining>0 AND (    lorivant_event_reaction_id IN         "
         "(SELECT lorivant_event_reaction_id          FROM lorivant_event_reaction_office_mode_assoc         "
@@ -216,54 +186,40 @@ void lorivant_event_reaction_dao_sqlite3_t::count_office_mode_passage(uint64_t l
         "     "
         "        OR ( lorivant_hw_id IS NULL AND access_group_id IS NOT NULL AND access_group_id=NULLIF(?,0) "
         ")     "
-        "           )         )     OR lorivant_hw_id=? OR access_group_id=? )");
-    stmt.reset();
-    stmt.bind(1, lorivant_hw_id, access_group_id, lorivant_hw_id, access_group_id);
-    stmt.execute();
+        "           )         )     OR lorivant_hw_id=? OR access_group_id=? )",
+        lorivant_hw_id, access_group_id, lorivant_hw_id, access_group_id);
 }
 
 void lorivant_event_reaction_dao_sqlite3_t::expire_office_modes(uint64_t now) {
-    auto stmt = statements_.prepare(
-        *database_, "DELETE FROM lorivant_event_reaction_office_mode_assoc WHERE counts_remaining=0 "
-                    "OR timestamp+duration<?");
-    stmt.reset();
-    stmt.bind(1, now);
-    stmt.execute();
+    write("DELETE FROM lorivant_event_reaction_office_mode_assoc WHERE counts_remaining=0 "
+          "OR timestamp+duration<?",
+          now);
 }
 
 void lorivant_event_reaction_dao_sqlite3_t::correct_office_mode_clock(int64_t difference) {
     // The installation's historical text says "WHERE timestamp NOT IS NULL", which SQLite does
     // not parse (there is no "NOT IS" operator); "IS NOT NULL" is what it means.
-    auto stmt = statements_.prepare(
-        *database_, "UPDATE lorivant_event_reaction_office_mode_assoc SET timestamp=timestamp+(?) "
-                    "WHERE timestamp IS NOT NULL");
-    stmt.reset();
-    stmt.bind(1, to_column(difference));
-    stmt.execute();
+    write("UPDATE lorivant_event_reaction_office_mode_assoc SET timestamp=timestamp+(?) "
+          "WHERE timestamp IS NOT NULL",
+          to_column(difference));
 }
 
 void lorivant_event_reaction_dao_sqlite3_t::start_panic_mode(uint64_t reaction_id, uint64_t lorivant_id,
                                                              uint64_t lorivant_hw_id,
                                                              uint64_t access_group_id) {
-    auto stmt = statements_.prepare(
-        *database_, "INSERT INTO lorivant_event_reaction_panic_mode_assoc (lorivant_event_reaction_id, "
-                    "lorivant_id, lorivant_hw_id, access_group_id ) "
-                    "VALUES(?,NULLIF(?,0),NULLIF(?,0),NULLIF(?,0));");
-    stmt.reset();
-    stmt.bind(1, reaction_id, lorivant_id, lorivant_hw_id, access_group_id);
-    stmt.execute();
+    write("INSERT INTO lorivant_event_reaction_panic_mode_assoc (lorivant_event_reaction_id, "
+          "lorivant_id, lorivant_hw_id, access_group_id ) "
+          "VALUES(?,NULLIF(?,0),NULLIF(?,0),NULLIF(?,0));",
+          reaction_id, lorivant_id, lorivant_hw_id, access_group_id);
 }
 
 void lorivant_event_reaction_dao_sqlite3_t::update_panic_mode(uint64_t reaction_id, uint64_t lorivant_id,
                                                               uint64_t lorivant_hw_id,
                                                               uint64_t access_group_id) {
-    auto stmt = statements_.prepare(
-        *database_, "UPDATE lorivant_event_reaction_panic_mode_assoc SET lorivant_id=NULLIF(?,0), "
-                    "lorivant_hw_id=NULLIF(?,0), access_group_id=NULLIF(?,0) "
-                    "WHERE lorivant_event_reaction_id=?;");
-    stmt.reset();
-    stmt.bind(1, lorivant_id, lorivant_hw_id, access_group_id, reaction_id);
-    stmt.execute();
+    write("UPDATE lorivant_event_reaction_panic_mode_assoc SET lorivant_id=NULLIF(?,0), "
+          "lorivant_hw_id=NULLIF(?,0), access_group_id=NULLIF(?,0) "
+          "WHERE lorivant_event_reaction_id=?;",
+          lorivant_id, lorivant_hw_id, access_group_id, reaction_id);
 }
 
 bool lorivant_event_reaction_dao_sqlite3_t::is_panic_mode_active(uint64_t reaction_id) {
@@ -276,10 +232,14 @@ bool lorivant_event_reaction_dao_sqlite3_t::is_panic_mode_active(uint64_t reacti
 }
 
 void lorivant_event_reaction_dao_sqlite3_t::stop_panic_mode(uint64_t reaction_id) {
-    auto stmt = statements_.prepare(
-        *database_,
-        "DELETE FROM lorivant_event_reaction_panic_mode_assoc WHERE lorivant_event_reaction_id=?");
+    write("DELETE FROM lorivant_event_reaction_panic_mode_assoc WHERE lorivant_event_reaction_id=?",
+          reaction_id);
+}
+
+template <typename... Values>
+void lorivant_event_reaction_dao_sqlite3_t::write(const char* sql, const Values&... values) {
+    auto stmt = statements_.prepare(*database_, sql);
     stmt.reset();
-    stmt.bind(1, reaction_id);
+    stmt.bind(1, values...);
     stmt.execute();
 }

@@ -41,6 +41,10 @@ public:
     void stop_panic_mode(uint64_t reaction_id) override;
 
 private:
+    // Most operations are one statement that writes, its parameters bound in order.
+    template <typename... Values>
+    void write(const char* sql, const Values&... values);
+
     std::shared_ptr<dao_sqlite3_c> database_;
     sqlite3_statement_cache_c statements_;
 };

@@ -14,7 +14,7 @@ std::string settings_dao_sqlite3_t::get_default_language() {
         *database_, "SELECT language.code FROM settings INNER JOIN language "
                     "ON language.code = settings.value WHERE settings.key = 'default_language'");
     stmt.reset();
-    if (stmt.execute() != db_row) throw db_exception_t("empty query", 2);
+    if (stmt.execute() != db_row) throw db_exception_t("empty query", db_code_empty_query);
     std::string code;
     stmt.fetch_part_row<std::string>(0, [&](std::string value) { code = std::move(value); });
     return code;

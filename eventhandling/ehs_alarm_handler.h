@@ -10,8 +10,10 @@ public:
                         ehs_busy_retries_t retries = {});
 
 private:
-    void handle_armed(const mosquitto_message* incoming);
-    void handle_alarm(const mosquitto_message* incoming);
-    void log_and_react(uint64_t message_id, uint64_t event_source_id,
-                       const std::shared_ptr<msg_event_base_c>& message, uint64_t alarmsystem_id);
+    struct topic_t; // a row of the topic table at the top of the .cpp
+    static const topic_t topics[];
+
+    // `message_t` is the topic's message class; each of them names the alarm system.
+    template <class message_t>
+    void log_and_react(const mosquitto_message* incoming, const topic_t& topic);
 };

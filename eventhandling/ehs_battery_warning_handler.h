@@ -2,13 +2,13 @@
 // Battery warnings of door components: publishes the reactions of the "lorivant" events
 // configured for every door component or for the reporting one. Writes no event-log row (the
 // door-component service logs the warning itself). Callbacks run on the MQTT network thread.
-#include "eventhandling/ehs_event_handler.h"
+#include "eventhandling/ehs_door_component_handler.h"
 
-class ehs_battery_warning_handler_c : public ehs_event_handler_c {
+class ehs_battery_warning_handler_c : public ehs_door_component_handler_c {
 public:
     ehs_battery_warning_handler_c(std::shared_ptr<ac_mqtt_client_c> client, dao_registry_c& registry,
                                   ehs_busy_retries_t retries = {});
 
 private:
-    void handle_warning(const mosquitto_message* incoming);
+    void handle_warning(const mosquitto_message* incoming, uint64_t event_source_id);
 };

@@ -2,6 +2,7 @@
 
 #include "db/transaction_guard.h"
 #include "eventhandling/ehs_damage_repair.h"
+#include "eventhandling/ehs_event_log_group.h"
 #include "messages/msg_event_io_input.h"
 #include "utils/ac_log.h"
 
@@ -9,23 +10,25 @@
 
 namespace {
 
-constexpr uint64_t group_system = 4;
-constexpr uint64_t input_changed_message = 22;
+// The one topic, its payload a msg_event_io_input_c. The event source and the event-log
+// message are rows of sql/schema.sql.
+constexpr const char* input_topic = "events/external_io/input";
 constexpr uint64_t input_event_source = 12;
+constexpr uint64_t input_changed_message = 22;
+constexpr uint64_t input_event_log_group = ehs_log_group_system;
 
 } // namespace
 
 ehs_input_handler_c::ehs_input_handler_c(std::shared_ptr<ac_mqtt_client_c> client, dao_registry_c& registry,
                                          ehs_busy_retries_t retries)
     : ehs_event_handler_c(std::move(client), registry, retries) {
-    client_->register_topic("events/external_io/input",
-                            [this](const mosquitto_message* m) { handle_input(m); });
+    client_->register_topic(input_topic, [this](const mosquitto_message* m) { handle_input(m); });
 }
 
 void ehs_input_handler_c::handle_input(const mosquitto_message* incoming) {
     auto message = std::make_shared<msg_event_io_input_c>();
     if (!deserialize(incoming, *message)) return;
-    write_event_log_with_transaction(input_changed_message, group_system, 0, 0);
+    write_event_log_with_transaction(input_changed_message, input_event_log_group, 0, 0);
 
     std::vector<ehs_event_record_t> records;
     find_event_reactions(input_event_source, records);

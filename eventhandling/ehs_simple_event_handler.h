@@ -11,12 +11,14 @@ public:
                                ehs_busy_retries_t retries = {});
 
 private:
-    enum device_e { DOOR_COMPONENT, REPEATER };
-    void handle_device_event(const mosquitto_message* incoming, uint64_t event_source_id, device_e device);
-    void handle_controller_event(const mosquitto_message* incoming, uint64_t event_source_id,
-                                 uint64_t message_id);
-    void handle_hotkey_event(const mosquitto_message* incoming);
-    void handle_camera_event(const mosquitto_message* incoming, uint64_t message_id);
+    struct topic_t; // a row of the topic table at the top of the .cpp
+    static const topic_t topics[];
+
+    void handle(const mosquitto_message* incoming, const topic_t& topic);
+    void handle_device_event(const mosquitto_message* incoming, const topic_t& topic);
+    void handle_controller_event(const mosquitto_message* incoming, const topic_t& topic);
+    void handle_hotkey_event(const mosquitto_message* incoming, const topic_t& topic);
+    void handle_camera_event(const mosquitto_message* incoming, const topic_t& topic);
     void react(uint64_t event_source_id, const std::shared_ptr<msg_event_base_c>& message,
                const ehs_event_origin_t& origin);
 };

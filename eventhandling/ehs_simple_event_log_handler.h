@@ -7,7 +7,4 @@ class ehs_simple_event_log_handler_c : public ehs_event_handler_c {
 public:
     ehs_simple_event_log_handler_c(std::shared_ptr<ac_mqtt_client_c> client, dao_registry_c& registry,
                                    ehs_busy_retries_t retries = {});
-
-private:
-    void write_event_log_for_topic(const char* topic, uint64_t event_log_group_id, uint64_t message_id);
 };

@@ -46,8 +46,10 @@ void log_trampoline(mosquitto*, void* self, int level, const char* text) {
 
 ac_mqtt_client_c::ac_mqtt_client_c(std::string client_id) : client_id_(std::move(client_id)) {}
 
-ac_mqtt_client_c::~ac_mqtt_client_c() {
-    if (instance_ != 0) mosquitto_destroy(mosq_);
+ac_mqtt_client_c::~ac_mqtt_client_c() = default;
+
+void ac_mqtt_client_c::destroy_t::operator()(mosquitto* instance) const {
+    mosquitto_destroy(instance);
 }
 
 int ac_mqtt_client_c::init(const char* host, int port, int keepalive, int retries) {
@@ -56,25 +58,24 @@ int ac_mqtt_client_c::init(const char* host, int port, int keepalive, int retrie
     static std::once_flag library_ready;
     std::call_once(library_ready, [] { mosquitto_lib_init(); });
 
-    mosq_ = mosquitto_new(client_id_.c_str(), true, this);
+    mosq_.reset(mosquitto_new(client_id_.c_str(), true, this));
     if (mosq_ == nullptr)
         throw std::runtime_error("failed to create new mosquitto instance:" + reason_of(MOSQ_ERR_ERRNO));
-    instance_ = 1;
     // Every publish is a small packet of its own. With Nagle's algorithm the second reaction of
     // an event would wait for the broker's ACK of the first: about 1 ms under load, up to 40 ms
     // (the delayed ACK) when idle. Only an old library refuses the option, and then it stays on.
-    mosquitto_int_option(mosq_, MOSQ_OPT_TCP_NODELAY, 1);
+    mosquitto_int_option(mosq_.get(), MOSQ_OPT_TCP_NODELAY, 1);
 
-    mosquitto_subscribe_callback_set(mosq_, subscribe_trampoline);
-    mosquitto_message_callback_set(mosq_, message_trampoline);
-    mosquitto_connect_callback_set(mosq_, connect_trampoline);
-    mosquitto_disconnect_callback_set(mosq_, disconnect_trampoline);
-    mosquitto_log_callback_set(mosq_, log_trampoline);
+    mosquitto_subscribe_callback_set(mosq_.get(), subscribe_trampoline);
+    mosquitto_message_callback_set(mosq_.get(), message_trampoline);
+    mosquitto_connect_callback_set(mosq_.get(), connect_trampoline);
+    mosquitto_disconnect_callback_set(mosq_.get(), disconnect_trampoline);
+    mosquitto_log_callback_set(mosq_.get(), log_trampoline);
 
     int result = MOSQ_ERR_UNKNOWN;
     std::string reason;
     for (int attempt = 0; attempt < retries; ++attempt) {
-        result = mosquitto_connect(mosq_, host, port, keepalive);
+        result = mosquitto_connect(mosq_.get(), host, port, keepalive);
         if (result == MOSQ_ERR_SUCCESS) return result;
         reason = reason_of(result);
         ac_sleep_ms(1000);
@@ -83,7 +84,7 @@ int ac_mqtt_client_c::init(const char* host, int port, int keepalive, int retrie
 }
 
 void ac_mqtt_client_c::publish(const std::string& topic, const std::string& payload, bool retain) {
-    int result = mosquitto_publish(mosq_, nullptr, topic.c_str(), static_cast<int>(payload.size()),
+    int result = mosquitto_publish(mosq_.get(), nullptr, topic.c_str(), static_cast<int>(payload.size()),
                                    payload.data(), 0, retain);
     if (result > 0)
         ac_log(AC_LOG_ERROR, AC_LOG_CAT_UTILS, "publish", "failed to publish: %s", reason_of(result).c_str());
@@ -97,7 +98,7 @@ void ac_mqtt_client_c::register_topic(const std::string& topic, ac_mqtt_callback
         return;
     }
     if (!connected_.load()) return; // the connection callback subscribes the whole table
-    int result = mosquitto_subscribe(mosq_, nullptr, topic.c_str(), 0);
+    int result = mosquitto_subscribe(mosq_.get(), nullptr, topic.c_str(), 0);
     if (result != MOSQ_ERR_SUCCESS)
         ac_log(AC_LOG_ERROR, AC_LOG_CAT_UTILS, "register_topic", "failed to subscribe: %s",
                reason_of(result).c_str());
@@ -108,12 +109,12 @@ void ac_mqtt_client_c::register_topic(const char* topic, ac_mqtt_callback_t call
 }
 
 int ac_mqtt_client_c::loop_forever() {
-    return mosquitto_loop_forever(mosq_, -1, 1);
+    return mosquitto_loop_forever(mosq_.get(), -1, 1);
 }
 
 void ac_mqtt_client_c::stop() {
-    mosquitto_disconnect(mosq_);
-    mosquitto_loop_stop(mosq_, false);
+    mosquitto_disconnect(mosq_.get());
+    mosquitto_loop_stop(mosq_.get(), false);
 }
 
 // A clean session forgets subscriptions, so every connection, first or later, subscribes the
@@ -122,7 +123,7 @@ void ac_mqtt_client_c::on_connect(int result) {
     if (result != 0) return;
     connected_ = true;
     for (const auto& entry : topics_) {
-        int subscribed = mosquitto_subscribe(mosq_, nullptr, entry.first.c_str(), 0);
+        int subscribed = mosquitto_subscribe(mosq_.get(), nullptr, entry.first.c_str(), 0);
         if (subscribed != MOSQ_ERR_SUCCESS)
             ac_log(AC_LOG_ERROR, AC_LOG_CAT_UTILS, "connect_callback", "failed to subscribe: %s",
                    reason_of(subscribed).c_str());

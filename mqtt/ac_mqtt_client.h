@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 
 struct mosquitto;
@@ -55,10 +56,15 @@ protected:
     virtual void disconnection_hook() {}
 
 private:
-    int instance_ = 0;
-    mosquitto* mosq_ = nullptr;
+    // mosquitto_destroy, kept out of this header so that its users need no <mosquitto.h>.
+    struct destroy_t {
+        void operator()(mosquitto* instance) const;
+    };
+
     std::string client_id_;
     std::map<std::string, ac_mqtt_callback_t> topics_;
     std::atomic<bool> connected_{false};
     std::atomic<int32_t> suback_count_{0};
+    // Declared last, so destroyed first: the instance goes while the callback table still stands.
+    std::unique_ptr<mosquitto, destroy_t> mosq_;
 };

@@ -12,6 +12,7 @@ namespace {
 constexpr int slot_count = 3;
 constexpr size_t message_size = 2048;
 constexpr size_t stamp_size = 64;
+constexpr size_t head_size = stamp_size + 16; // a stamp, the longest level name and two blanks
 
 enum sink_type_e { SINK_FREE = 0, SINK_FILE = 1, SINK_FULL = 2, SINK_SHORT = 3 };
 
@@ -77,6 +78,26 @@ void format_stamp(char (&stamp)[stamp_size]) {
              local.tm_year + 1900, local.tm_hour, local.tm_min, local.tm_sec);
 }
 
+// The caller's message formatted once (cut at message_size), then one line of it per sink:
+// `write_sink` gets the sink, the line's head ("<time stamp> <level> " on full sinks, empty on
+// short ones) and the message.
+template <typename Write>
+void write_entry(int level, const char* format, va_list args, Write write_sink) {
+    char message[message_size];
+    vsnprintf(message, sizeof message, format, args);
+    for (auto& slot : slots) {
+        char head[head_size] = "";
+        if (slot.type == SINK_FILE || slot.type == SINK_FULL) {
+            char stamp[stamp_size];
+            format_stamp(stamp);
+            snprintf(head, sizeof head, "%s %s ", stamp, ac_log_level_name(level));
+        } else if (slot.type != SINK_SHORT) {
+            continue;
+        }
+        write_sink(slot, head, message);
+    }
+}
+
 bool passes_threshold(int level, int category) {
     if (!initialised) return false;
     if (category < 0 || category >= AC_LOG_CAT_COUNT) return false;
@@ -136,56 +157,31 @@ void ac_log_deinit() {
 
 void ac_log(int level, int category, const char* function, const char* format, ...) {
     if (!passes_threshold(level, category)) return;
-    char message[message_size];
     va_list args;
     va_start(args, format);
-    vsnprintf(message, sizeof message, format, args);
+    write_entry(level, format, args, [&](sink_slot_t& slot, const char* head, const char* message) {
+        write_line(slot, level, "%s[%s] in %s(): %s", head, category_names[category], function, message);
+    });
     va_end(args);
-    for (auto& slot : slots) {
-        if (slot.type == SINK_FILE || slot.type == SINK_FULL) {
-            char stamp[stamp_size];
-            format_stamp(stamp);
-            write_line(slot, level, "%s %s [%s] in %s(): %s", stamp, ac_log_level_name(level),
-                       category_names[category], function, message);
-        } else if (slot.type == SINK_SHORT) {
-            write_line(slot, level, "[%s] in %s(): %s", category_names[category], function, message);
-        }
-    }
 }
 
 void ac_log_uncategorised(int level, const char* format, ...) {
     if (!initialised) return;
-    char message[message_size];
     va_list args;
     va_start(args, format);
-    vsnprintf(message, sizeof message, format, args);
+    // A short sink has always shown an uncategorised message after one blank.
+    write_entry(level, format, args, [&](sink_slot_t& slot, const char* head, const char* message) {
+        write_line(slot, level, "%s%s%s", head, *head == '\0' ? " " : "", message);
+    });
     va_end(args);
-    for (auto& slot : slots) {
-        if (slot.type == SINK_FILE || slot.type == SINK_FULL) {
-            char stamp[stamp_size];
-            format_stamp(stamp);
-            write_line(slot, level, "%s %s %s", stamp, ac_log_level_name(level), message);
-        } else if (slot.type == SINK_SHORT) {
-            write_line(slot, level, " %s", message);
-        }
-    }
 }
 
 void ac_log_file_line(int level, int category, const char* file, int line, const char* format, ...) {
     if (!passes_threshold(level, category)) return;
-    char message[message_size];
     va_list args;
     va_start(args, format);
-    vsnprintf(message, sizeof message, format, args);
+    write_entry(level, format, args, [&](sink_slot_t& slot, const char* head, const char* message) {
+        write_line(slot, level, "%s[%s] %s:%d %s", head, category_names[category], file, line, message);
+    });
     va_end(args);
-    for (auto& slot : slots) {
-        if (slot.type == SINK_FILE || slot.type == SINK_FULL) {
-            char stamp[stamp_size];
-            format_stamp(stamp);
-            write_line(slot, level, "%s %s [%s] %s:%d %s", stamp, ac_log_level_name(level),
-                       category_names[category], file, line, message);
-        } else if (slot.type == SINK_SHORT) {
-            write_line(slot, level, "[%s] %s:%d %s", category_names[category], file, line, message);
-        }
-    }
 }
