@@ -34,13 +34,11 @@ std::string join(const T&... values) {
     ((out << (i++ ? "|" : "") << values), ...);
     return out.str();
 }
+// clang-format off
 #define EHS_TEXT(type, ...)                                                                                  \
-    inline std::string text(const type& r) {                                                                 \
-        return join(__VA_ARGS__);                                                                            \
-    }                                                                                                        \
-    inline std::ostream& operator<<(std::ostream& out, const type& r) {                                      \
-        return out << text(r);                                                                               \
-    }
+    inline std::string text(const type& r) { return join(__VA_ARGS__); }                                     \
+    inline std::ostream& operator<<(std::ostream& out, const type& r) { return out << text(r); }
+// clang-format on
 // A detail group that is not set prints as "-", so that a stray or missing one shows.
 template <typename T>
 std::ostream& operator<<(std::ostream& out, const std::optional<T>& group) {
@@ -118,10 +116,9 @@ protected:
     void SetUp() override {
         if (!GetParam()) return;
         db_.rebuild_foreign_layout();
-        ASSERT_EQ(
-            db_.rows("SELECT group_concat(name) FROM pragma_table_info('hotkey') UNION ALL SELECT count(*) "
-                     "FROM sqlite_master m, pragma_foreign_key_list(m.name)"),
-            "other_tool,name,id\n0\n");
+        ASSERT_EQ(db_.rows("SELECT group_concat(name) FROM pragma_table_info('hotkey') UNION ALL SELECT "
+                           "count(*) FROM sqlite_master m, pragma_foreign_key_list(m.name)"),
+                  "other_tool,name,id\n0\n");
     }
     // What a read gives, through a DAO object of its own: the record that "bool get_...(args...,
     // out)" filled (or "none"), or the records that "void get_...(args..., out)" appended.
@@ -135,6 +132,8 @@ protected:
     }
     test_database_c db_{test_database_c::WITH_DEMO};
 };
-#define EHS_DAO_TEST_LAYOUTS(suite)                                                                          \
+// A suite of these tests, run once per layout ("own", "foreign").
+#define EHS_DAO_TEST_SUITE(suite)                                                                            \
+    using suite = dao_test;                                                                                  \
     INSTANTIATE_TEST_SUITE_P(layouts, suite, ::testing::Bool(),                                              \
                              [](const auto& info) { return info.param ? "foreign" : "own"; })

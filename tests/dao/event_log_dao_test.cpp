@@ -1,9 +1,6 @@
 #include "tests/dao/dao_test.h"
 
-namespace {
-
-using event_log_dao_test = dao_test;
-EHS_DAO_TEST_LAYOUTS(event_log_dao_test);
+EHS_DAO_TEST_SUITE(event_log_dao_test);
 
 TEST_P(event_log_dao_test, identifier_is_the_coming_row_id_and_deletes_keep_what_they_should) {
     auto log = db_.dao<event_log_dao_t>();
@@ -46,10 +43,8 @@ TEST_P(event_log_dao_test, reads_per_controller_and_device) {
     db_.exec(
         "INSERT INTO event_log(datetime, message_id, event_log_group_id, lorivant_id, repeater_id, slave_id, "
         "identifier) SELECT column1, 7, 4, column2, column3, column4, column5 FROM (VALUES (1700000300, 2, "
-        "0, 0, "
-        "1), (1700000100, 2, 1, 0, 2), (1700000200, 1, 1, 3, 1), (1, 0, 0, 3, 2), (1, 0, 0, 3, 5), (1, 0, 0, "
-        "3, "
-        "9), (1, 0, 0, 4, 3), (1, 0, 0, 4, 4), (1, 0, 0, 4, 4), (1, 0, 0, 4, 6), (1, 0, 0, 4, 6))");
+        "0, 0, 1), (1700000100, 2, 1, 0, 2), (1700000200, 1, 1, 3, 1), (1, 0, 0, 3, 2), (1, 0, 0, 3, 5), (1, "
+        "0, 0, 3, 9), (1, 0, 0, 4, 3), (1, 0, 0, 4, 4), (1, 0, 0, 4, 4), (1, 0, 0, 4, 6), (1, 0, 0, 4, 6))");
     EXPECT_EQ(join(log->get_max_identifier_of_slave(3), log->get_max_identifier_of_slave(7),
                    log->get_row_count_since_identifier(4),
                    log->get_datetime_of_most_recent_event_log_of_lorivant(2),
@@ -76,5 +71,3 @@ TEST_P(event_log_dao_test, reads_per_controller_and_device) {
     EXPECT_EQ(db_failure([&] { log->get_missing_logs_by_slave(3, 10, 5, 10, identifiers); }),
               "empty query|2");
 }
-
-} // namespace

@@ -28,13 +28,12 @@ TEST(schema_test, runs_again_without_change_nested_in_a_transaction) {
 TEST(schema_test, deleting_an_event_takes_its_source_and_reactions_along) {
     test_database_c db(test_database_c::WITH_DEMO);
     db.exec("PRAGMA foreign_keys=ON; DELETE FROM event WHERE id IN (1, 2, 3)");
-    EXPECT_EQ(
-        db.rows("SELECT (SELECT count(*) FROM associated_event_source WHERE event_id IN (1, 2, 3)), (SELECT "
-                "count(*) FROM lorivant_event_source WHERE associated_event_source_id=51), (SELECT count(*) "
-                "FROM camera_event_reaction WHERE event_id IN (1, 2)), (SELECT count(*) FROM "
-                "email_event_reaction_assoc WHERE email_ev_reaction_id=301), (SELECT count(*) FROM "
-                "lorivant_event_reaction WHERE id=401); PRAGMA foreign_key_check"),
-        "0|0|0|0|0\n");
+    EXPECT_EQ(db.rows("SELECT (SELECT count(*) FROM associated_event_source WHERE event_id IN (1, 2, 3)), "
+                      "(SELECT count(*) FROM lorivant_event_source WHERE associated_event_source_id=51), "
+                      "(SELECT count(*) FROM camera_event_reaction WHERE event_id IN (1, 2)), (SELECT "
+                      "count(*) FROM email_event_reaction_assoc WHERE email_ev_reaction_id=301), (SELECT "
+                      "count(*) FROM lorivant_event_reaction WHERE id=401); PRAGMA foreign_key_check"),
+              "0|0|0|0|0\n");
 }
 
 // The log may hold a million rows: the statements that filter it must not read it row by row.
