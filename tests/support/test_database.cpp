@@ -8,9 +8,9 @@
 
 namespace {
 
-void exec_on(sqlite3* db, const std::string& sql) {
+void run(sqlite3* db, const std::string& sql, int (*callback)(void*, int, char**, char**), void* out) {
     char* message = nullptr;
-    if (sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &message) == SQLITE_OK) return;
+    if (sqlite3_exec(db, sql.c_str(), callback, out, &message) == SQLITE_OK) return;
     std::string text = message != nullptr ? message : "?";
     sqlite3_free(message);
     throw std::runtime_error(sql.substr(0, 200) + ": " + text);
@@ -28,8 +28,8 @@ std::string test_database_c::demo_sql() {
 test_database_c::test_database_c(content_e content) : path_(dir_.file("acs.db")) {
     if (sqlite3_open(path_.c_str(), &raw_) != SQLITE_OK) throw std::runtime_error("cannot create " + path_);
     sqlite3_busy_timeout(raw_, 5000);
-    exec_on(raw_, schema_sql());
-    if (content == WITH_DEMO) exec_on(raw_, demo_sql());
+    exec(schema_sql());
+    if (content == WITH_DEMO) exec(demo_sql());
     registry_ = std::make_unique<dao_registry_c>();
     uint32_t index = registry_->add_database("acs_db", path_,
                                              {"foreign_keys=ON", "journal_mode=MEMORY", "synchronous=OFF"},
@@ -43,23 +43,39 @@ test_database_c::~test_database_c() {
 }
 
 void test_database_c::exec(const std::string& sql) {
-    exec_on(raw_, sql);
+    run(raw_, sql, nullptr, nullptr);
 }
 
 std::string test_database_c::rows(const std::string& sql) {
     std::string out;
-    auto callback = [](void* text, int count, char** values, char**) {
-        auto& result = *static_cast<std::string*>(text);
-        for (int i = 0; i < count; ++i)
-            result += std::string(i ? "|" : "") + (values[i] ? values[i] : "NULL");
-        result += "\n";
-        return 0;
-    };
-    char* message = nullptr;
-    if (sqlite3_exec(raw_, sql.c_str(), callback, &out, &message) != SQLITE_OK) {
-        std::string text = message != nullptr ? message : "?";
-        sqlite3_free(message);
-        throw std::runtime_error(sql + ": " + text);
-    }
+    run(
+        raw_, sql,
+        [](void* text, int count, char** values, char**) {
+            for (int i = 0; i < count; ++i)
+                *static_cast<std::string*>(text) +=
+                    std::string(i ? "|" : "") + (values[i] ? values[i] : "NULL");
+            *static_cast<std::string*>(text) += "\n";
+            return 0;
+        },
+        &out);
     return out;
+}
+
+void test_database_c::rebuild_foreign_layout() {
+    // One CREATE, INSERT ... SELECT, DROP and RENAME per table, generated from its table_info.
+    const std::string names = "(SELECT group_concat(name) FROM pragma_table_info(m.name))";
+    exec(
+        "BEGIN; CREATE TEMP TABLE seq AS SELECT * FROM sqlite_sequence;" +
+        rows("SELECT 'CREATE TABLE copy(other_tool TEXT NOT NULL DEFAULT ''x'', ' || (SELECT group_concat(c, "
+             "', ') "
+             "FROM (SELECT name || ' ' || iif(pk, type, iif(type = 'INTEGER', 'NUMERIC', 'VARCHAR(64)')) || "
+             "iif(\"notnull\", ' NOT NULL', '') || iif(dflt_value IS NULL, '', ' DEFAULT ' || dflt_value) AS "
+             "c "
+             "FROM pragma_table_info(m.name) ORDER BY cid DESC)) || ', PRIMARY KEY (' || (SELECT "
+             "group_concat(name) FROM (SELECT name FROM pragma_table_info(m.name) WHERE pk ORDER BY pk)) || "
+             "iif(sql LIKE '%AUTOINCREMENT%', ' AUTOINCREMENT', '') || ')); INSERT INTO copy(' || " +
+             names + " || ') SELECT ' || " + names +
+             " || ' FROM ' || name || '; DROP TABLE ' || name || '; ALTER TABLE copy RENAME TO ' || name || "
+             "';' FROM sqlite_master m WHERE type = 'table' AND name NOT LIKE 'sqlite%'") +
+        "DELETE FROM sqlite_sequence; INSERT INTO sqlite_sequence SELECT * FROM seq; DROP TABLE seq; COMMIT");
 }

@@ -32,6 +32,12 @@ public:
     std::string rows(const std::string& sql);
     sqlite3* raw() const { return raw_; }
 
+    // The same rows in the layout another tool of the controller may create: every table with
+    // its columns reversed, INTEGER as NUMERIC, TEXT as VARCHAR, an extra column first and no
+    // foreign keys, unique constraints or indexes. Only the primary keys stay, which the DAOs
+    // rely on (rowid aliases, event_log's AUTOINCREMENT, the office-mode key).
+    void rebuild_foreign_layout();
+
     static std::string schema_sql();
     static std::string demo_sql();
 
