@@ -23,12 +23,14 @@ TEST(ac_log_test, sinks_thresholds_layouts_and_the_2047_character_cut) {
     auto text = [&](int i) { return log_text(dir.file("s" + std::to_string(i))); };
     ac_log_init(AC_LOG_DEBUG);
     ac_log_deinit(); // forgets the threshold: the next init sets one again
-    EXPECT_EQ(ac_log_init(AC_LOG_WARNING) + ac_log_init(AC_LOG_DEBUG), 0); // the first threshold stays
+    ac_log_init(AC_LOG_WARNING);
+    EXPECT_EQ(ac_log_init(AC_LOG_DEBUG), 0); // the first threshold stays
     testing::internal::CaptureStderr();
     EXPECT_EQ(ac_log_add_file_sink(dir.file("no/dir").c_str(), 0), 1); // takes no slot
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "failed to open " + dir.file("no/dir") + ":No such file or directory");
-    EXPECT_EQ(sink(1) + sink(2) + sink(3) + sink(4) * 10, 10); // three slots
+    for (int i = 1; i <= 4; ++i) // three slots: the fourth is refused
+        EXPECT_EQ(sink(i), i / 4) << i;
     ac_log(AC_LOG_WARNING, AC_LOG_CAT_EVENTHANDLING, "write_event_log", "failed %d", 7);
     std::istringstream names("UTILS PROTOCOL TRANSPORT CONTROLLER MODEL REST MESSAGES EVENTHANDLING "
                              "EVENTREACTIONS IOSERVICE ALARMSYSTEMSERVICE CASCADINGSERVICE BUTTONSERVICE "
@@ -86,7 +88,6 @@ TEST(ac_text_test, result_names_url_unescaping_and_version_parsers) {
     // Decoded, then each quote doubled once, so the text fits between quotes in SQL.
     EXPECT_EQ(ac_url_unescape("it%27s a%20b%2Fc '' %27%27x' 100% n%3D%27x%27%3B"),
               "it''s a b/c '''' ''''x'' 100% n=''x'';");
-    EXPECT_EQ(ac_url_unescape(""), "");
 
     auto version_or_error = [](const std::string& parser, const char* text) {
         uint8_t a = 9, b = 9, c = 9;
