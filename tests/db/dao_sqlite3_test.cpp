@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
+
 namespace {
 
 class dao_sqlite3_test : public testing::Test {
@@ -20,6 +22,10 @@ protected:
     }
     void TearDown() override { ac_log_deinit(); }
     std::string rows(const std::string& sql) { return sql_rows(db_->get_handle(), sql); }
+    bool turn_is_free() { // whether another thread could begin a transaction on the connection now
+        auto& turn = db_->transaction_mutex();
+        return std::async(std::launch::async, [&] { return turn.try_lock() && (turn.unlock(), true); }).get();
+    }
     temp_dir_c dir_;
     test_database_c file_; // languages 1 'en' and 2 'de'
     std::shared_ptr<dao_sqlite3_c> db_ = std::make_shared<dao_sqlite3_c>();
@@ -77,13 +83,13 @@ TEST_F(dao_sqlite3_test, every_open_configures_the_connection_and_transactions) 
         db_->open(file_.path(), false);
         EXPECT_EQ(rows("PRAGMA foreign_keys; PRAGMA busy_timeout") + db_->path(), "1\n50\n" + file_.path());
         tx.begin_transaction(0);
-        EXPECT_TRUE(db_->in_transaction() && db_->is_open(file_.path()));
+        EXPECT_TRUE(db_->in_transaction() && db_->is_open(file_.path()) && !turn_is_free());
         EXPECT_THROW(file_.exec("BEGIN IMMEDIATE"), std::runtime_error);
         EXPECT_FALSE(read_transaction_guard_c(tx).open()); // the reads belong to the transaction
         EXPECT_EQ(db_failure([&] { tx.begin_transaction(0); }), "\"BEGIN IMMEDIATE\" failed|6");
         rows("INSERT INTO hotkey(id) VALUES(" + std::to_string(round + 1) + ")");
         round ? tx.commit_transaction(0) : tx.rollback_transaction();
-        EXPECT_TRUE(!db_->in_transaction());
+        EXPECT_TRUE(!db_->in_transaction() && turn_is_free());
         db_->close();
         EXPECT_TRUE(db_->path().empty() && !db_->is_open(file_.path()));
     }
@@ -91,13 +97,13 @@ TEST_F(dao_sqlite3_test, every_open_configures_the_connection_and_transactions) 
     file_.exec("INSERT INTO hotkey(id) VALUES(3); BEGIN IMMEDIATE; INSERT INTO hotkey(id) VALUES(4)");
     {
         read_transaction_guard_c reads(tx);
-        EXPECT_TRUE(reads.open() && db_->in_transaction());
+        EXPECT_TRUE(reads.open() && db_->in_transaction() && !turn_is_free());
         EXPECT_FALSE(read_transaction_guard_c(tx).open()); // nested: already inside
         EXPECT_EQ(rows("SELECT id FROM hotkey"), "2\n3\n");
     }
-    EXPECT_TRUE(!db_->in_transaction());
+    EXPECT_TRUE(!db_->in_transaction() && turn_is_free());
     db_->close(); // nothing can begin, nothing is thrown
-    EXPECT_TRUE(!read_transaction_guard_c(tx).open());
+    EXPECT_FALSE(read_transaction_guard_c(tx).open());
     db_->open(dir_.file("new.db"), true, false); // asked for: a new file
     EXPECT_TRUE(file_exists(dir_.file("new.db")) && dao_sqlite3_c::is_memory_database("file::memory:"));
 }
@@ -135,7 +141,9 @@ TEST_F(dao_sqlite3_test, statements_read_by_the_documented_rules_and_the_cache_r
         stmt.execute();
     };
     EXPECT_EQ(db_failures({[&] { insert(4, "en"); }, [&] { insert(5, "en"); }, [&] { insert(6, "es"); },
-                           [&] { cache.prepare(*db_, "SELEC 1"); }}),
+                           [&] {
+                               cache.prepare(*db_, "SELECT * FROM nowhere WHERE none = 111");
+                           }}), // as long as the insert
               "db statement failed: constraint failed|5\ndb statement failed: constraint failed|5\n|-1\n"
               "db statement failed: SQL logic error|4\n");
     db_->close();

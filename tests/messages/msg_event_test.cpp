@@ -113,7 +113,7 @@ TEST(msg_event_test, every_class_round_trips_and_every_event_topic_has_its_class
     ac_log_deinit();
     // Exact, case-sensitive topics only; the topics without members have no class.
     for (const char* topic :
-         {"end_device/access_granted/", "Events/ntp/time_diff", "", "events/control/tamper"})
+         {"events/end_device/access_granted/", "Events/ntp/time_diff", "", "events/control/tamper"})
         EXPECT_EQ(factory.create(topic).message, nullptr) << topic;
 }
 
