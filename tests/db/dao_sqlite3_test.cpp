@@ -1,177 +1,155 @@
-#include "db/dao_sqlite3.h"
-
-#include "db/db_exception.h"
-#include "tests/db/db_test_util.h"
-#include "tests/support/test_files.h"
+// The database layer on a file built from the schema; its raw connection is another process.
+#include "db/sqlite3_statement.h"
+#include "db/transaction_dao_sqlite3.h"
+#include "db/transaction_guard.h"
+#include "tests/support/test_database.h"
+#include "tests/support/test_sqlite.h"
 #include "utils/ac_log.h"
 
 #include <gtest/gtest.h>
 
-#include <vector>
+#include <future>
 
 namespace {
 
-class dao_sqlite3_test : public ::testing::Test {
+class dao_sqlite3_test : public testing::Test {
 protected:
     void SetUp() override {
-        path_ = dir_.file("acs.db");
-        raw_connection_c(path_).exec("CREATE TABLE t(id INTEGER PRIMARY KEY, v TEXT)");
+        ac_log_init(AC_LOG_ERROR);
+        ac_log_add_file_sink(dir_.file("ehs.log").c_str(), 0);
+        sqlite3_busy_timeout(file_.raw(), 0); // the other process fails at once on a lock
+        db_->add_pragma("foreign_keys=ON");
     }
-
+    void TearDown() override { ac_log_deinit(); }
+    std::string rows(const std::string& sql) { return sql_rows(db_->get_handle(), sql); }
+    bool turn_is_free() { // whether another thread could begin a transaction on the connection now
+        auto& turn = db_->transaction_mutex();
+        return std::async(std::launch::async, [&] { return turn.try_lock() && (turn.unlock(), true); }).get();
+    }
     temp_dir_c dir_;
-    std::string path_;
-    dao_sqlite3_c db_;
+    test_database_c file_; // languages 1 'en' and 2 'de'
+    std::shared_ptr<dao_sqlite3_c> db_ = std::make_shared<dao_sqlite3_c>();
 };
 
-TEST_F(dao_sqlite3_test, missing_file_throws_before_anything_is_created) {
-    struct {
-        std::string path, quoted;
-    } cases[] = {{dir_.file("absent.db"), "\"" + dir_.file("absent.db") + "\""},
-                 {dir_.file("quo\"te.db"), "\"" + dir_.path() + "/quo\\\"te.db\""},
-                 {"file::memory:?cache=shared", "\"file::memory:?cache=shared\""}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.path);
-        EXPECT_EQ(failure([&] { db_.open(c.path, false); }),
-                  "db " + c.quoted + " doesn't exist in filesystem|0");
-        EXPECT_FALSE(file_exists(c.path));
-        EXPECT_FALSE(db_.is_open(c.path));
-    }
-    db_.open(dir_.file("created.db"), true, false); // allow_missing: the caller wants a new file
-    EXPECT_TRUE(db_.is_open(dir_.file("created.db")));
-    for (const char* name : {":memory:", "file::memory:"}) { // never on disk
-        SCOPED_TRACE(name);
-        EXPECT_TRUE(dao_sqlite3_c::is_memory_database(name));
-        db_.open(name, false);
-        EXPECT_TRUE(db_.is_open(name));
-    }
-    EXPECT_FALSE(dao_sqlite3_c::is_memory_database(":MEMORY:"));
+// Codes: 0 without a SQLite result, 3 open, 4 statement, 5 constraint, 6 busy (whatever code was
+// asked for), 7 commit, else SQLite's own. A failed open leaves the connection closed.
+TEST_F(dao_sqlite3_test, failures_carry_their_text_and_code) {
+    dao_sqlite3_c bad_pragma;
+    bad_pragma.add_pragma("(");
+    write_file(dir_.file("empty.sql"), "");
+    write_file(dir_.file("bad.sql"), "INSERT INTO languages VALUES(1);");
+    std::string opens = db_failures(
+        {[&] { db_->open_database(dir_.file("q\"t.db"), false); }, [&] { db_->open(dir_.path(), false); },
+         [&] { bad_pragma.open(file_.path(), false); },
+         [&] { db_->open_database(dir_.file("empty.sql"), false); },
+         [&] { db_->open_database(dir_.file("bad.sql"), false); }, [&] { bad_pragma.get_handle(); }});
+    for (size_t at; (at = opens.find(dir_.path())) != std::string::npos;)
+        opens.replace(at, dir_.path().size(), "D");
+    EXPECT_EQ(opens,
+              "db \"D/q\\\"t.db\" doesn't exist in filesystem|0\nfailed to open db: \"D\"unable to open "
+              "database file|3\n"
+              "db statement failed: SQL logic error|4\ncould not read source sql file: \"D/empty.sql\"|0\n"
+              "could not initialize database from source sql file: no such table: languages|0\n"
+              "invalid state: db isnt open yet|0\n");
+    EXPECT_FALSE(db_->is_open(file_.path()) || db_->is_open(":memory:") || db_->in_transaction());
+    db_->set_busy_timeout(5);
+    db_->open(file_.path(), false);
+    auto duplicate = prepare(*db_, "INSERT INTO language VALUES(3, 'en', 'E')"),
+         locked = prepare(*db_, "INSERT INTO language VALUES(5, 'es', 'Espanol')");
+    EXPECT_EQ(
+        db_failures({[&] { duplicate.bind(1, "a"); }, [&] { prepare(*db_, "SELEC 1"); },
+                     [&] { db_->exec_with_retry("COMMIT", 1, 7); }, [&] { duplicate.execute(); },
+                     [&] { duplicate.reset(); }, [&] { file_.exec("BEGIN IMMEDIATE"), locked.execute(); },
+                     [&] { db_->exec_with_retry("BEGIN IMMEDIATE", 0, 9); }}),
+        "failed to bind col(1)->column index out of range|25\ndb statement failed: SQL logic error|4\n"
+        "\"COMMIT\" failed|7\ndb statement failed: constraint failed|5\n"
+        "failed to reset statement->constraint failed|19\n" // the failed step once more
+        "db statement failed: database is locked|6\n\"BEGIN IMMEDIATE\" failed|6\n");
+    EXPECT_EQ(log_text(dir_.file("ehs.log")),
+              "ERROR [MODEL] in sqlite3_statement_holder_t(): prepare statement failed: SQL logic error\n"
+              "ERROR [MODEL] in rollback_transaction(): SQLite Error 1: cannot rollback - no transaction is "
+              "active\n"
+              "ERROR [MODEL] in set_busy_timeout(): failed set sqlite3 busy timeout: 21\n"
+              "ERROR [MODEL] in sqlite3_statement_holder_t(): prepare statement failed: SQL logic error\n"
+              "ERROR [MODEL] in execute(): db statement failed: constraint failed\n"
+              "ERROR [MODEL] in execute(): db statement failed: database is locked\n");
 }
 
-TEST_F(dao_sqlite3_test, open_failures_carry_code_3_and_leave_the_wrapper_closed) {
-    EXPECT_EQ(failure([&] { db_.open(dir_.path(), false); }),
-              "failed to open db: \"" + dir_.path() + "\"unable to open database file|3");
-    EXPECT_EQ(failure([&] { db_.get_handle(); }), "invalid state: db isnt open yet|0");
-    if (file_exists(dao_sqlite3_c::sha_extension_path)) GTEST_SKIP() << "the SHA extension is installed";
-    EXPECT_EQ(failure([&] { db_.open(path_, true); }),
-              "failed to load extension db: \"" + path_ + "\"SQL logic error|3");
-    EXPECT_EQ(db_.path(), "");
-}
-
-// The transaction statements are compiled once per connection: after a reopen they must run on
-// the new connection, not on the closed one.
-TEST_F(dao_sqlite3_test, every_open_runs_the_pragmas_and_moves_the_transaction_statements) {
-    db_.add_pragma("foreign_keys=ON");
+// Every open runs the pragmas, leaves a short busy timeout and compiles the transaction statements
+// anew. A lookup's reads share one deferred transaction, readable while another process writes.
+TEST_F(dao_sqlite3_test, every_open_configures_the_connection_and_transactions) {
+    transaction_dao_sqlite3_t tx(db_);
     for (int round = 0; round < 2; ++round) {
-        SCOPED_TRACE(round);
-        db_.open(path_, false);
-        EXPECT_EQ(db_.path(), path_);
-        EXPECT_EQ(rows(db_.get_handle(), "PRAGMA foreign_keys; PRAGMA busy_timeout"), "1\n50\n");
-        db_.exec_with_retry("BEGIN IMMEDIATE", 0, 6);
-        EXPECT_TRUE(db_.in_transaction());
-        EXPECT_THROW(raw_connection_c(path_).exec("BEGIN IMMEDIATE"), std::runtime_error); // locked
-        db_.exec_with_retry("COMMIT", 0, 7);
-        EXPECT_FALSE(db_.in_transaction());
-        db_.close();
-        db_.close();
-        EXPECT_EQ(db_.path(), "");
+        db_->open(file_.path(), false);
+        EXPECT_EQ(rows("PRAGMA foreign_keys; PRAGMA busy_timeout") + db_->path(), "1\n50\n" + file_.path());
+        tx.begin_transaction(0);
+        EXPECT_TRUE(db_->in_transaction() && db_->is_open(file_.path()) && !turn_is_free());
+        EXPECT_THROW(file_.exec("BEGIN IMMEDIATE"), std::runtime_error);
+        EXPECT_FALSE(read_transaction_guard_c(tx).open()); // the reads belong to the transaction
+        EXPECT_EQ(db_failure([&] { tx.begin_transaction(0); }), "\"BEGIN IMMEDIATE\" failed|6");
+        rows("INSERT INTO hotkey(id) VALUES(" + std::to_string(round + 1) + ")");
+        round ? tx.commit_transaction(0) : tx.rollback_transaction();
+        EXPECT_TRUE(!db_->in_transaction() && turn_is_free());
+        db_->close();
+        EXPECT_TRUE(db_->path().empty() && !db_->is_open(file_.path()));
     }
-}
-
-TEST_F(dao_sqlite3_test, rejected_pragma_throws_code_4_after_rollback) {
-    const std::string log = dir_.file("ehs.log");
-    ac_log_init(AC_LOG_ERROR);
-    ac_log_add_file_sink(log.c_str(), 0);
-    db_.add_pragma("foreign_keys=ON");
-    db_.add_pragma("(");
-    EXPECT_EQ(failure([&] { db_.open(path_, false); }), "db statement failed: SQL logic error|4");
-    ac_log_deinit();
-    const std::string text = read_file(log);
-    const auto prepare_line =
-        text.find("in sqlite3_statement_holder_t(): prepare statement failed: SQL logic error");
-    const auto rollback_line =
-        text.find("in rollback_transaction(): SQLite Error 1: cannot rollback - no transaction is active");
-    EXPECT_NE(prepare_line, std::string::npos) << text;
-    EXPECT_NE(rollback_line, std::string::npos) << text;
-    EXPECT_LT(prepare_line, rollback_line);
-    EXPECT_EQ(failure([&] { db_.get_handle(); }), "invalid state: db isnt open yet|0");
-}
-
-TEST_F(dao_sqlite3_test, locked_database_is_tried_retries_plus_one_times) {
-    db_.open(path_, false);
-    raw_connection_c other(path_);
-    other.exec("BEGIN IMMEDIATE");
-    for (uint32_t retries : {0u, 2u}) {
-        SCOPED_TRACE(retries);
-        statement_counter_t attempts(db_.get_handle(), "BEGIN IMMEDIATE");
-        EXPECT_EQ(failure([&] { db_.exec_with_retry("BEGIN IMMEDIATE", retries, 9); }),
-                  "\"BEGIN IMMEDIATE\" failed|6");
-        EXPECT_EQ(attempts.count, static_cast<int>(retries) + 1);
+    db_->open(file_.path(), false);
+    file_.exec("INSERT INTO hotkey(id) VALUES(3); BEGIN IMMEDIATE; INSERT INTO hotkey(id) VALUES(4)");
+    {
+        read_transaction_guard_c reads(tx);
+        EXPECT_TRUE(reads.open() && db_->in_transaction() && !turn_is_free());
+        EXPECT_FALSE(read_transaction_guard_c(tx).open()); // nested: already inside
+        EXPECT_EQ(rows("SELECT id FROM hotkey"), "2\n3\n");
     }
+    EXPECT_TRUE(!db_->in_transaction() && turn_is_free());
+    db_->close(); // nothing can begin, nothing is thrown
+    EXPECT_FALSE(read_transaction_guard_c(tx).open());
+    db_->open(dir_.file("new.db"), true, false); // asked for: a new file
+    EXPECT_TRUE(file_exists(dir_.file("new.db")) && dao_sqlite3_c::is_memory_database("file::memory:"));
 }
 
-TEST_F(dao_sqlite3_test, commit_reports_6_when_busy_and_the_given_code_otherwise) {
-    db_.open(path_, false);
-    EXPECT_EQ(failure([&] { db_.exec_with_retry("COMMIT", 1, 7); }), "\"COMMIT\" failed|7"); // none open
-
-    exec(db_.get_handle(), "INSERT INTO t VALUES(1, 'a'); BEGIN IMMEDIATE; INSERT INTO t VALUES(2, 'b')");
-    raw_connection_c reader(path_);
-    sqlite3_stmt* read = nullptr;
-    sqlite3_prepare_v2(reader.get(), "SELECT v FROM t", -1, &read, nullptr);
-    ASSERT_EQ(sqlite3_step(read), SQLITE_ROW); // the reader now holds a SHARED lock
-    EXPECT_EQ(failure([&] { db_.exec_with_retry("COMMIT", 1, 7); }), "\"COMMIT\" failed|6");
-    sqlite3_finalize(read);
-    db_.exec_with_retry("COMMIT", 0, 7);
-    EXPECT_EQ(rows(reader.get(), "SELECT * FROM t"), "1|a\n2|b\n");
-}
-
-// The hooks record what they were called with; user data must be the connection itself.
-std::vector<std::string> hook_calls;
-void* hook_expected_connection = nullptr;
-std::string from(void* connection) {
-    return connection == hook_expected_connection ? "connection" : "other";
-}
-void on_update(void* connection, int operation, const char* database, const char* table, long long rowid) {
-    hook_calls.push_back("update " + from(connection) + " " + std::to_string(operation) + " " + database +
-                         "." + table + " " + std::to_string(rowid));
-}
-void on_rollback(void* connection) {
-    hook_calls.push_back("rollback " + from(connection));
-}
-int on_commit(void* connection) {
-    hook_calls.push_back("commit " + from(connection));
-    return 0;
-}
-
-TEST_F(dao_sqlite3_test, hooks_are_installed_after_configure_with_the_connection_as_user_data) {
-    hook_calls.clear();
-    dao_sqlite3_c db(on_update, on_rollback, on_commit);
-    db.open(path_, false);
-    hook_expected_connection = db.get_handle();
-    exec(db.get_handle(), "INSERT INTO t VALUES(7, 'a')");
-    exec(db.get_handle(), "BEGIN; DELETE FROM t WHERE id=7; ROLLBACK");
-    const std::vector<std::string> expected = {"update connection 18 main.t 7", "commit connection",
-                                               "update connection 9 main.t 7", "rollback connection"};
-    EXPECT_EQ(hook_calls, expected);
-}
-
-TEST_F(dao_sqlite3_test, sql_script_fills_an_in_memory_database) {
-    const std::string script = dir_.file("demo.sql");
-    write_file(script, "CREATE TABLE language(id, code); INSERT INTO language VALUES(1, 'en');");
-    db_.open_database(script, false);
-    EXPECT_TRUE(db_.is_open(":memory:"));
-    EXPECT_EQ(rows(db_.get_handle(), "SELECT * FROM language"), "1|en\n");
-
-    write_file(script, "CREATE TABLE language(id, code); INSERT INTO languages VALUES(1, 'en');");
-    EXPECT_EQ(failure([&] { db_.open_database(script, false); }),
-              "could not initialize database from source sql file: no such table: languages|0");
-    for (const auto& unreadable : {dir_.file("absent.sql"), dir_.file("empty.sql")}) {
-        SCOPED_TRACE(unreadable);
-        write_file(dir_.file("empty.sql"), "");
-        EXPECT_EQ(failure([&] { db_.open_database(unreadable, false); }),
-                  "could not read source sql file: \"" + unreadable + "\"|0");
+// A tag reads 1 to 10 bytes, a key 1 to 16 (to the front), other blobs empty. The cache keeps one
+// statement per text and hands it back reset: no read lock stays on the shared file, no failure
+// for the next use. A text in use gets one of its own; a reopened connection, new ones.
+TEST_F(dao_sqlite3_test, statements_read_by_the_documented_rules_and_the_cache_reuses_them) {
+    using key_t = std::array<uint8_t, 16>;
+    auto text = [](auto value) { return std::to_string(value); };
+    db_->open(file_.path(), false);
+    sqlite3_statement_cache_c cache;
+    const std::string sql = "SELECT 2, 0, X'', X'01', X'0102030405060708090A', X'0102030405060708090A0B', "
+                            "X'0102030405060708090A0B0C0D0E0F10', X'0102030405060708090A0B0C0D0E0F1011'";
+    std::string seen;
+    sqlite3_stmt* first = nullptr;
+    {
+        auto read = cache.prepare(*db_, sql);
+        first = read.holder->stmt;
+        ASSERT_EQ(read.execute(), db_row);
+        read.fetch_part_row<bool, bool>(0, [&](bool two, bool zero) { seen = text(two) + text(zero); });
+        for (int c = 2; c < 8; ++c) {
+            read.fetch_part_row<ac_tag_uid_t>(c, [&](ac_tag_uid_t t) { seen += " " + text(t.length()); });
+            read.fetch_part_row<key_t>(c, [&](key_t k) { seen += "/" + text(k[0]) + "." + text(k[15]); });
+        }
+        EXPECT_NE(cache.prepare(*db_, sql).holder->stmt, first);
     }
-    db_.open_database(path_, false); // no ".sql": the file itself
-    EXPECT_EQ(db_.path(), path_);
+    EXPECT_EQ(seen, "10 0/0.0 1/1.0 10/1.0 0/1.0 0/1.16 0/0.0");
+    file_.exec("BEGIN EXCLUSIVE; COMMIT");
+    EXPECT_EQ(cache.prepare(*db_, sql).holder->stmt, first);
+    auto insert = [&](uint64_t id, const char* code) {
+        auto stmt = cache.prepare(*db_, "INSERT INTO language VALUES(?, ?, 'x')");
+        stmt.reset();
+        stmt.bind(1, id, code);
+        stmt.execute();
+    };
+    EXPECT_EQ(db_failures({[&] { insert(4, "en"); }, [&] { insert(5, "en"); }, [&] { insert(6, "es"); },
+                           [&] {
+                               cache.prepare(*db_, "SELECT * FROM nowhere WHERE none = 111");
+                           }}), // as long as the insert
+              "db statement failed: constraint failed|5\ndb statement failed: constraint failed|5\n|-1\n"
+              "db statement failed: SQL logic error|4\n");
+    db_->close();
+    db_->open(file_.path(), false);
+    EXPECT_EQ(sqlite3_db_handle(cache.prepare(*db_, sql).holder->stmt), db_->get_handle());
+    EXPECT_EQ(cache.size(), 2u); // a text that fails to prepare is not kept
 }
 
 } // namespace
