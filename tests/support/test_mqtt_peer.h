@@ -35,6 +35,7 @@ public:
     void publish(const std::string& topic, const std::string& payload, bool wait = true);
     // Waits until `count` messages have arrived in total; returns all of them.
     std::vector<received_message_t> wait_for(size_t count, std::chrono::milliseconds timeout);
+    std::vector<received_message_t> received() { return wait_for(0, std::chrono::milliseconds(0)); }
     // Messages that arrived on `topic`, or on any topic.
     long count(const std::string& topic = "");
 

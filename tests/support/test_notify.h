@@ -1,0 +1,21 @@
+#pragma once
+// The service manager's side of the sd_notify protocol: a datagram socket whose path is handed
+// to the daemon in NOTIFY_SOCKET.
+#include <chrono>
+#include <string>
+
+class notify_listener_c {
+public:
+    explicit notify_listener_c(std::string path);
+    ~notify_listener_c();
+    notify_listener_c(const notify_listener_c&) = delete;
+    notify_listener_c& operator=(const notify_listener_c&) = delete;
+
+    const std::string& path() const { return path_; }
+    // The next datagram's text, or "" when none arrives in time.
+    std::string receive(std::chrono::milliseconds timeout);
+
+private:
+    std::string path_;
+    int fd_ = -1;
+};
