@@ -4,7 +4,8 @@
 # of its own. The test command (scripts/test.sh) runs the same cases with quick counts.
 # Usage: scripts/faults.sh [build dir, default build]
 # The counts can be changed through EHS_FAULT_BROKER_KILLS, EHS_FAULT_KILL_CYCLES, EHS_FAULT_FLOOD,
-# EHS_FAULT_READ_ONLY_EVENTS and EHS_FAULT_SEED (the kill times).
+# EHS_FAULT_READ_ONLY_EVENTS and EHS_FAULT_SEED (the kill times). EHS_FAULT_FULL adds the case that
+# holds the database's write lock through the daemon's 25 s of retries (skipped in the test command).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -20,6 +21,7 @@ export EHS_FAULT_KILL_CYCLES=${EHS_FAULT_KILL_CYCLES:-50}
 export EHS_FAULT_FLOOD=${EHS_FAULT_FLOOD:-100000}
 export EHS_FAULT_READ_ONLY_EVENTS=${EHS_FAULT_READ_ONLY_EVENTS:-100}
 export EHS_FAULT_SEED=${EHS_FAULT_SEED:-9}
+export EHS_FAULT_FULL=1
 
 suite=$build/tests/faults/ehs_fault_tests
 logs=$build/tests/faults/logs

@@ -15,9 +15,9 @@ valgrind_events=${2:-20000}
 build=${3:-build}
 
 cmake -S . -B "$build" -DEHS_BUILD_TESTS=ON >/dev/null
-cmake --build "$build" -j "$(nproc 2>/dev/null || echo 2)" --target ehs ehs_broadcast_reader ehs_soak_tests >/dev/null
-soak=$build/tests/faults/ehs_soak_tests
-logs=$build/tests/faults/logs
+cmake --build "$build" -j "$(nproc 2>/dev/null || echo 2)" --target ehs ehs_broadcast_reader ehs_soak >/dev/null
+soak=$build/ehs_soak
+logs=$build/soak-logs
 mkdir -p "$logs"
 
 status=0

@@ -1,44 +1,32 @@
 #include "tests/support/test_broker.h"
 
 #include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <stdexcept>
-#include <string>
 
 namespace {
 
-sockaddr_in loopback(int port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<uint16_t>(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return address;
+// Connects to 127.0.0.1:port (whether it was accepted), or binds there (the port bound, port 0
+// picking a free one; 0 when binding failed).
+int loopback(int port, bool connecting) {
+    int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{AF_INET, htons(static_cast<uint16_t>(port)), {htonl(INADDR_LOOPBACK)}, {}};
+    auto* any = reinterpret_cast<sockaddr*>(&address);
+    socklen_t length = sizeof address;
+    int result = connecting ? connect(fd, any, length) == 0
+                 : bind(fd, any, length) == 0 && getsockname(fd, any, &length) == 0 ? ntohs(address.sin_port)
+                                                                                    : 0;
+    close(fd);
+    return result;
 }
 
 } // namespace
 
 int free_loopback_port() {
-    int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = loopback(0);
-    socklen_t length = sizeof address;
-    if (bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-        getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-        close(fd);
-        throw std::runtime_error("no free loopback port");
-    }
-    close(fd);
-    return ntohs(address.sin_port);
-}
-
-bool port_accepts(int port) {
-    int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = loopback(port);
-    bool accepted = connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-    close(fd);
-    return accepted;
+    if (int port = loopback(0, false)) return port;
+    throw std::runtime_error("no free loopback port");
 }
 
 test_broker_c::test_broker_c(int port) : port_(port != 0 ? port : free_loopback_port()) {
@@ -47,17 +35,14 @@ test_broker_c::test_broker_c(int port) : port_(port != 0 ? port : free_loopback_
     start();
 }
 
-test_broker_c::~test_broker_c() {
-    stop();
-}
-
 void test_broker_c::start() {
-    process_ = std::make_unique<process_c>(
-        std::vector<std::string>{"mosquitto", "-c", dir_.file("mosquitto.conf")},
-        std::map<std::string, std::string>{}, dir_.file("broker.log"), dir_.file("broker.log"));
-    if (!wait_until([this] { return port_accepts(port_); }, std::chrono::seconds(10)))
+    const std::string log = dir_.file("broker.log");
+    process_ =
+        std::make_unique<process_c>(std::vector<std::string>{"mosquitto", "-c", dir_.file("mosquitto.conf")},
+                                    std::map<std::string, std::string>{}, log, log);
+    if (!wait_until([this] { return loopback(port_, true); }, std::chrono::seconds(10)))
         throw std::runtime_error("mosquitto did not start on port " + std::to_string(port_) + ": " +
-                                 read_file(dir_.file("broker.log")));
+                                 read_file(log));
 }
 
 void test_broker_c::stop(int signal_number) {
@@ -65,5 +50,5 @@ void test_broker_c::stop(int signal_number) {
     process_->signal(signal_number);
     process_->wait_for_exit(std::chrono::seconds(10));
     process_.reset();
-    wait_until([this] { return !port_accepts(port_); }, std::chrono::seconds(10));
+    wait_until([this] { return !loopback(port_, true); }, std::chrono::seconds(10));
 }

@@ -8,14 +8,11 @@
 // A TCP port on 127.0.0.1 that nothing listens on at the moment of the call.
 int free_loopback_port();
 
-// True when something accepts TCP connections on 127.0.0.1:port.
-bool port_accepts(int port);
-
 class test_broker_c {
 public:
     // port 0 picks a free port. Waits until the broker accepts connections.
     explicit test_broker_c(int port = 0);
-    ~test_broker_c();
+    ~test_broker_c() { stop(); }
 
     int port() const { return port_; }
     void stop(int signal_number = 15); // waits until the port is closed

@@ -8,9 +8,8 @@
 
 temp_dir_c::temp_dir_c() {
     const char* base = getenv("TMPDIR");
-    std::string pattern = std::string(base != nullptr ? base : "/tmp") + "/ehs_test_XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed for " + pattern);
-    path_ = pattern;
+    path_ = std::string(base != nullptr ? base : "/tmp") + "/ehs_test_XXXXXX";
+    if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error("mkdtemp failed for " + path_);
 }
 
 temp_dir_c::~temp_dir_c() {
@@ -19,15 +18,13 @@ temp_dir_c::~temp_dir_c() {
 }
 
 std::string read_file(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
     std::ostringstream text;
-    text << in.rdbuf();
+    text << std::ifstream(path, std::ios::binary).rdbuf();
     return text.str();
 }
 
 void write_file(const std::string& path, const std::string& text) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
+    std::ofstream(path, std::ios::binary) << text;
 }
 
 bool file_exists(const std::string& path) {

@@ -10,8 +10,7 @@
 
 notify_listener_c::notify_listener_c(std::string path) : path_(std::move(path)) {
     fd_ = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
+    sockaddr_un address{AF_UNIX, {}};
     if (path_.size() >= sizeof address.sun_path) throw std::runtime_error("notify socket path too long");
     strncpy(address.sun_path, path_.c_str(), sizeof address.sun_path - 1);
     unlink(path_.c_str());
@@ -26,8 +25,8 @@ notify_listener_c::~notify_listener_c() {
 
 std::string notify_listener_c::receive(std::chrono::milliseconds timeout) {
     pollfd waiting{fd_, POLLIN, 0};
-    if (poll(&waiting, 1, static_cast<int>(timeout.count())) <= 0) return "";
-    char buffer[4096];
-    ssize_t length = recv(fd_, buffer, sizeof buffer, 0);
-    return length > 0 ? std::string(buffer, static_cast<size_t>(length)) : "";
+    char text[4096];
+    ssize_t length =
+        poll(&waiting, 1, static_cast<int>(timeout.count())) > 0 ? recv(fd_, text, sizeof text, 0) : 0;
+    return std::string(text, static_cast<size_t>(std::max<ssize_t>(length, 0)));
 }

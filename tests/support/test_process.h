@@ -1,8 +1,9 @@
 #pragma once
-// Child processes for tests: the real daemon, brokers, helper tools.
+// Child processes for tests (the real daemon, brokers, helper tools) and polling for a condition.
 #include <sys/types.h>
 
 #include <chrono>
+#include <ctime>
 #include <map>
 #include <string>
 #include <vector>
@@ -10,9 +11,10 @@
 class process_c {
 public:
     // Starts argv[0] (searched in PATH) with the current environment plus `env`; a key written
-    // "!NAME" unsets NAME. stdout and stderr go to the given files when not empty. In a cross
-    // build whose tests run under an emulator, a program built for the target is started under
-    // that emulator too (EHS_TEST_EMULATOR overrides the configured one); host programs are not.
+    // "!NAME" with an empty value unsets NAME. stdout and stderr go to the given files when not
+    // empty. In a cross build whose tests run under an emulator, a program named by its path (one
+    // of ours) runs under that emulator too (EHS_TEST_EMULATOR overrides the configured one);
+    // programs looked up in PATH (the broker, valgrind) are the host's.
     process_c(const std::vector<std::string>& argv, const std::map<std::string, std::string>& env = {},
               const std::string& stdout_path = "", const std::string& stderr_path = "");
     ~process_c(); // SIGKILL and reap if still running
@@ -34,11 +36,10 @@ private:
 // Polls `condition` every 10 ms until it holds or `timeout` passes; returns the last result.
 template <typename F>
 bool wait_until(F condition, std::chrono::milliseconds timeout) {
-    auto deadline = std::chrono::steady_clock::now() + timeout;
-    for (;;) {
-        if (condition()) return true;
+    for (auto deadline = std::chrono::steady_clock::now() + timeout; !condition();) {
         if (std::chrono::steady_clock::now() >= deadline) return false;
         struct timespec ten_ms = {0, 10 * 1000 * 1000};
         nanosleep(&ten_ms, nullptr);
     }
+    return true;
 }

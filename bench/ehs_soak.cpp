@@ -1,28 +1,25 @@
 // The soak: a long run of events through a real broker into the real daemon, as fast as it
 // keeps up, counting every event-log row, every reaction and every change broadcast, and
-// sampling the daemon's memory every few seconds. Not part of the test command: scripts/soak.sh
-// runs it (a million events; under valgrind a shorter run that must show no leak).
+// sampling the daemon's memory every five seconds. A measurement that prints its figures, not a
+// test of the test command: scripts/soak.sh runs it (a million events; under valgrind a shorter
+// run that must show no leak). Built with the tests, whose daemon fixture and peer it uses.
 //
 // Environment: EHS_SOAK_EVENTS (default 1000000), EHS_SOAK_WINDOW (reactions in flight, default
 // 400), EHS_SOAK_VALGRIND=1 (run the daemon under valgrind's memcheck, end it with SIGTERM and
 // require no leaked block and no memory error).
-#include "tests/faults/fault_fixture.h"
-
-#include <mosquitto.h>
+#include "tests/support/test_daemon.h"
 
 #include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
-#include <map>
+#include <fstream>
 #include <thread>
 
 namespace {
 
 using namespace std::chrono_literals;
 using steady = std::chrono::steady_clock;
-
-using ehs_soak_test = ehs_fault_test_c;
 
 const char* const reaction_topics[] = {"event_reactions/camera/video", "event_reactions/camera/snapshot",
                                        "event_reactions/external_io/output", "event_reactions/email",
@@ -58,118 +55,53 @@ const soak_event_t soak_events[] = {
      0},
 };
 
-// Publishes at QoS 1 without waiting and counts the reactions per topic on libmosquitto's thread:
-// no message is kept, so a million cost nothing.
-class counting_peer_c {
-public:
-    explicit counting_peer_c(int port) {
-        mosquitto_lib_init();
-        mosq_ = mosquitto_new(nullptr, true, this);
-        mosquitto_message_callback_set(mosq_, [](mosquitto*, void* self, const mosquitto_message* m) {
-            static_cast<counting_peer_c*>(self)->count(m->topic);
-        });
-        mosquitto_max_inflight_messages_set(mosq_, 0); // no client-side cap: the window paces
-        if (mosquitto_connect(mosq_, "127.0.0.1", port, 60) != MOSQ_ERR_SUCCESS)
-            throw std::runtime_error("soak peer cannot connect");
-        mosquitto_subscribe(mosq_, nullptr, "event_reactions/#", 0);
-        mosquitto_loop_start(mosq_);
-    }
-    ~counting_peer_c() {
-        mosquitto_disconnect(mosq_);
-        mosquitto_loop_stop(mosq_, false);
-        mosquitto_destroy(mosq_);
-    }
-    counting_peer_c(const counting_peer_c&) = delete;
-    counting_peer_c& operator=(const counting_peer_c&) = delete;
-
-    void publish(const char* topic, const char* payload) {
-        mosquitto_publish(mosq_, nullptr, topic, static_cast<int>(strlen(payload)), payload, 1, false);
-    }
-    long received(size_t kind) const { return counts_[kind].load(); }
-    long received_total() const {
-        long total = 0;
-        for (const auto& count : counts_)
-            total += count.load();
-        return total;
-    }
-
-private:
-    void count(const char* topic) {
-        for (size_t kind = 0; kind < reaction_kinds; ++kind)
-            if (strcmp(topic, reaction_topics[kind]) == 0) ++counts_[kind];
-    }
-
-    mosquitto* mosq_ = nullptr;
-    std::atomic<long> counts_[reaction_kinds] = {};
-};
-
-// The daemon's resident set every five seconds, on a thread of its own; read after stop().
-class rss_sampler_c {
-public:
-    explicit rss_sampler_c(std::function<long()> sample) {
-        thread_ = std::thread([this, sample] {
-            for (const auto start = steady::now(); running_;) {
-                samples_.emplace_back(
-                    std::chrono::duration_cast<std::chrono::seconds>(steady::now() - start).count(),
-                    sample());
-                for (int i = 0; i < 50 && running_; ++i)
-                    std::this_thread::sleep_for(100ms);
-            }
-        });
-    }
-    ~rss_sampler_c() { stop(); }
-    void stop() {
-        running_ = false;
-        if (thread_.joinable()) thread_.join();
-    }
-    const std::vector<std::pair<long, long>>& samples() const { return samples_; }
-
-private:
-    std::atomic<bool> running_{true};
-    std::vector<std::pair<long, long>> samples_; // seconds since start, KiB
-    std::thread thread_;
-};
+long count_from_env(const char* name, long fallback) {
+    const char* text = getenv(name);
+    return text != nullptr && *text != '\0' ? std::stol(text) : fallback;
+}
 
 std::string valgrind_line(const std::string& log, const std::string& label) {
     size_t at = log.find(label);
-    if (at == std::string::npos) return "";
-    return log.substr(at, log.find('\n', at) - at);
+    return at == std::string::npos ? "" : log.substr(at, log.find('\n', at) - at);
 }
 
-TEST_F(ehs_soak_test, every_event_of_a_long_run_is_logged_and_answered_with_flat_memory) {
-    const long events = count_from_env("EHS_SOAK_EVENTS", 1000000);
-    const long window = count_from_env("EHS_SOAK_WINDOW", 400);
-    const bool valgrind =
-        getenv("EHS_SOAK_VALGRIND") != nullptr && std::string(getenv("EHS_SOAK_VALGRIND")) == "1";
+class ehs_soak : public test_daemon_c {
+protected:
+    // The daemon's resident set in KiB, from /proc; 0 when it is gone.
+    long daemon_rss_kib() {
+        std::ifstream status("/proc/" + std::to_string(daemon_->pid()) + "/status");
+        for (std::string line; std::getline(status, line);)
+            if (line.rfind("VmRSS:", 0) == 0) return std::stol(line.substr(6));
+        return 0;
+    }
+};
 
+TEST_F(ehs_soak, every_event_of_a_long_run_is_logged_and_answered_with_flat_memory) {
+    const long events = count_from_env("EHS_SOAK_EVENTS", 1000000),
+               window = count_from_env("EHS_SOAK_WINDOW", 400);
+    const bool valgrind = count_from_env("EHS_SOAK_VALGRIND", 0) == 1;
     broker_ = std::make_unique<test_broker_c>(1883);
-    std::vector<std::string> argv = {EHS_BINARY_DIR "/ehs"};
+    std::vector<std::string> prefix;
     if (valgrind)
-        argv.insert(argv.begin(),
-                    {"valgrind", "--leak-check=full", "--show-leak-kinds=definite,indirect",
-                     "--errors-for-leak-kinds=definite,indirect", "--log-file=" + dir_.file("valgrind.log")});
-    daemon_ = std::make_unique<process_c>(
-        argv,
-        std::map<std::string, std::string>{{"NOTIFY_SOCKET", notify_.path()},
-                                           {"EHS_WORK_DIR", work_dir()},
-                                           {"ACS_DB_FILE", "/acs.db"},
-                                           {"EHS_LOG_FILE", dir_.file("ehs.log")}},
-        dir_.file("stdout"), dir_.file("stderr"));
-    ASSERT_TRUE(wait_ready(120s)) << read_file(dir_.file("stderr"));
-    counting_peer_c peer(1883);
-    // Hotkey 2 answers with an office-mode command and writes nothing: once it does, every
-    // topic is subscribed.
+        prefix = {"valgrind", "--leak-check=full", "--show-leak-kinds=definite,indirect",
+                  "--errors-for-leak-kinds=definite,indirect", "--log-file=" + dir_.file("valgrind.log")};
+    start_daemon({}, prefix);
+    // Counts without keeping: a million reactions would fill the memory of this process.
+    test_mqtt_peer_c peer(1883, {"event_reactions/#"}, false);
+    // Hotkey 2 answers with an office-mode command and writes nothing: once it does, every topic
+    // is subscribed (under valgrind the start takes long).
     ASSERT_TRUE(wait_until(
         [&] {
             peer.publish("events/rest_api/hotkey", "{\"hotkey_id\":2}");
-            return wait_until([&] { return peer.received_total() > 0; }, 500ms);
+            return wait_until([&] { return peer.count() > 0; }, 500ms);
         },
-        60s));
+        120s))
+        << read_file(dir_.file("stderr"));
     std::this_thread::sleep_for(2s); // answers to probes still under way
     long baseline[reaction_kinds];
     for (size_t kind = 0; kind < reaction_kinds; ++kind)
-        baseline[kind] = peer.received(kind);
-    const long baseline_total = peer.received_total();
+        baseline[kind] = peer.count(reaction_topics[kind]);
+    const long baseline_total = peer.count();
 
     // The reader counts the change broadcasts and ends 15 s after the last one. Started now,
     // after the probes (which change nothing) and before the first event, which the queue holds
@@ -178,14 +110,24 @@ TEST_F(ehs_soak_test, every_event_of_a_long_run_is_logged_and_answered_with_flat
         std::vector<std::string>{EHS_BINARY_DIR "/ehs_broadcast_reader", "-q", "-t", "15"},
         std::map<std::string, std::string>{}, dir_.file("broadcast-count.txt"), dir_.file("reader.err"));
 
-    rss_sampler_c sampler([this] { return daemon_rss_kib(); });
+    std::atomic<bool> sampling{true};
+    std::vector<std::pair<long, long>> samples; // seconds since start, KiB
+    std::thread sampler([&] {
+        for (const auto start = steady::now(); sampling;) {
+            samples.emplace_back(
+                std::chrono::duration_cast<std::chrono::seconds>(steady::now() - start).count(),
+                daemon_rss_kib());
+            for (int i = 0; i < 50 && sampling; ++i)
+                std::this_thread::sleep_for(100ms);
+        }
+    });
     long expected[reaction_kinds] = {};
     long expected_total = 0, expected_changes = 0;
     std::map<uint64_t, long> expected_rows;
     const auto started = steady::now();
     for (long i = 0; i < events; ++i) {
         const soak_event_t& event = soak_events[static_cast<size_t>(i) % std::size(soak_events)];
-        peer.publish(event.topic, event.payload);
+        peer.publish(event.topic, event.payload, false);
         for (size_t kind = 0; kind < reaction_kinds; ++kind) {
             expected[kind] += event.reactions[kind];
             expected_total += event.reactions[kind];
@@ -193,10 +135,10 @@ TEST_F(ehs_soak_test, every_event_of_a_long_run_is_logged_and_answered_with_flat
         expected_changes += event.changes;
         if (event.message_id != 0) ++expected_rows[event.message_id];
         // The daemon handles one event at a time; keep a window of work queued for it, no more.
-        while (expected_total - (peer.received_total() - baseline_total) > window)
+        while (expected_total - (peer.count() - baseline_total) > window)
             std::this_thread::sleep_for(std::chrono::microseconds(200));
     }
-    EXPECT_TRUE(wait_until([&] { return peer.received_total() - baseline_total >= expected_total; }, 120s));
+    EXPECT_TRUE(wait_until([&] { return peer.count() - baseline_total >= expected_total; }, 120s));
     const double seconds = std::chrono::duration<double>(steady::now() - started).count();
 
     std::string rows_expected;
@@ -205,22 +147,23 @@ TEST_F(ehs_soak_test, every_event_of_a_long_run_is_logged_and_answered_with_flat
     const std::string rows_query =
         "SELECT message_id, count(*) FROM event_log GROUP BY message_id ORDER BY message_id";
     wait_until([&] { return db_.rows(rows_query) == rows_expected; }, 60s);
-    sampler.stop();
+    sampling = false;
+    sampler.join();
     EXPECT_EQ(db_.rows(rows_query), rows_expected);
     for (size_t kind = 0; kind < reaction_kinds; ++kind)
-        EXPECT_EQ(peer.received(kind) - baseline[kind], expected[kind]) << reaction_topics[kind];
+        EXPECT_EQ(peer.count(reaction_topics[kind]) - baseline[kind], expected[kind])
+            << reaction_topics[kind];
     EXPECT_TRUE(daemon_->running());
     EXPECT_EQ(log().find("ERROR"), std::string::npos) << log().substr(0, 2000);
 
-    const auto& samples = sampler.samples();
     long peak = 0;
     for (const auto& sample : samples)
         peak = std::max(peak, sample.second);
     printf("soak: %ld events in %.0f s, %.0f events/s, window %ld reactions%s\n", events, seconds,
            events / seconds, window, valgrind ? " (daemon under valgrind)" : "");
     printf("soak: event-log rows %s, reactions %ld of %ld\n",
-           db_.rows(rows_query) == rows_expected ? "all present" : "MISSING",
-           peer.received_total() - baseline_total, expected_total);
+           db_.rows(rows_query) == rows_expected ? "all present" : "MISSING", peer.count() - baseline_total,
+           expected_total);
     printf("soak: daemon RSS KiB start %ld, peak %ld, end %ld (%zu samples, every 5 s)\n",
            samples.empty() ? 0 : samples.front().second, peak, samples.empty() ? 0 : samples.back().second,
            samples.size());
