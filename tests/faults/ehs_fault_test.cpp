@@ -6,11 +6,15 @@
 // ones. Each case prints its row of the README's reliability table as "reliability: | ... |".
 #include "tests/support/test_daemon.h"
 #include "tests/support/test_expect.h"
+#include "tests/support/test_torn_commit.h"
 
 #include <fcntl.h>
 #include <linux/fs.h>
+#include <sched.h>
 #include <sqlite3.h>
 #include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -368,6 +372,121 @@ TEST_F(ehs_fault_test, broken_huge_and_hostile_payloads_are_refused_or_passed_on
            "5 texts (e.g. \"'; DROP TABLE event_log; --\", \"%s%n\") as tag id, connector, level, hotkey "
            "name and key",
            1, "0; passed on and logged verbatim, tables untouched");
+}
+
+} // namespace
+
+namespace {
+
+// The controller's reader of the change queue dead: the queue fills (15 messages with the
+// kernel's defaults) and stays full. Events keep their rows and reactions, other processes can
+// write, one line tells, and announcements resume once a reader drains the queue.
+TEST_F(ehs_fault_test, a_dead_queue_reader_costs_announcements_only_and_they_resume_with_a_reader) {
+    const long events = count_from_env("EHS_FAULT_DEAD_READER_EVENTS", 40);
+    reader_ = std::make_unique<process_c>(std::vector<std::string>{"sleep", "600"}); // reads nothing
+    start_serving();
+    const auto started = std::chrono::steady_clock::now();
+    for (long i = 0; i < events; ++i)
+        send(alarm, alarm_1);
+    const long reactions = static_cast<long>(settle().size());
+    const auto handled = std::chrono::steady_clock::now() - started;
+    EXPECT_EQ(reactions, 2 * events);
+    EXPECT_EQ(rows(), events);
+    db_.exec("INSERT INTO event_log(datetime, message_id, event_log_group_id) VALUES(1, 1, 4);"
+             "DELETE FROM event_log WHERE datetime=1"); // another process can write
+    EXPECT_EQ(logged("ERROR [CASCADINGSERVICE] in operator()(): failed to msgsnd: queue full for 100 ms, "
+                     "changes are not announced until it has room"),
+              1);
+
+    reader_ = std::make_unique<process_c>(std::vector<std::string>{EHS_BINARY_DIR "/ehs_broadcast_reader"},
+                                          std::map<std::string, std::string>{}, dir_.file("broadcast.txt"));
+    const auto reading = std::chrono::steady_clock::now();
+    long after = 0; // alarms until the first announcement went out again
+    ASSERT_TRUE(wait_until(
+        [&] {
+            send(alarm, alarm_1);
+            ++after;
+            return settle().size() == 2u && logged("msgsnd: queue has room again") == 1;
+        },
+        10s));
+    const auto resumed = std::chrono::steady_clock::now() - reading;
+    EXPECT_EQ(changes().back(), "event_log\t" + changes().back().substr(10)); // the last alarm's row
+    // Dropped: what did not fit while nobody read, and the alarms before the reader drained.
+    EXPECT_EQ(logged("ERROR [CASCADINGSERVICE] in operator()(): msgsnd: queue has room again, " +
+                     to_string(events - 15 + after - 1) + " changes were not announced"),
+              1);
+    report("reader of the change queue dead (queue full)",
+           to_string(events) + " alarms without a reader, then a reader started and alarms until announced",
+           1,
+           "0 events, reactions or rows (" + to_string(rows()) + " rows, " +
+               to_string(reactions + 2 * after) + " reactions; " + to_string(events) + " alarms in " +
+               to_string(std::chrono::duration_cast<std::chrono::milliseconds>(handled).count()) + " ms); " +
+               to_string(events - 15) + " announcements dropped with one ERROR line, resumed " +
+               to_string(std::chrono::duration_cast<std::chrono::milliseconds>(resumed).count()) +
+               " ms after a reader started");
+}
+
+// A small file system in a mount namespace of the test's own, filled up: commits fail after
+// SQLite's commit hook, so only what reached the file may be announced.
+TEST_F(ehs_fault_test, a_full_file_system_costs_the_rows_of_that_time_and_announces_only_what_was_written) {
+    const long events = count_from_env("EHS_FAULT_FULL_EVENTS", 300);
+    const std::string small = dir_.file("small");
+    mkdir(small.c_str(), 0755);
+    if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("tmpfs", small.c_str(), "tmpfs", 0, "size=4m") != 0)
+        GTEST_SKIP() << "cannot mount a small file system here: " << strerror(errno);
+    const std::string file = small + "/acs.db";
+    write_file(file, read_file(db_.path()));
+    broker_ = std::make_unique<test_broker_c>(1883);
+    reader_ = std::make_unique<process_c>(std::vector<std::string>{EHS_BINARY_DIR "/ehs_broadcast_reader"},
+                                          std::map<std::string, std::string>{}, dir_.file("broadcast.txt"));
+    start_daemon({{"EHS_WORK_DIR", small}});
+    connect_peer();
+    std::string zeros(4096, '\0');
+    {
+        std::ofstream fill(small + "/fill", std::ios::binary);
+        while (fill.write(zeros.data(), zeros.size()))
+            ;
+    }
+    for (long i = 0; i < events; ++i)
+        send(alarm, alarm_1);
+    EXPECT_EQ(static_cast<long>(settle().size()), 2 * events);
+    const auto written = [&] { return std::stol(fresh(file, "SELECT count(*) FROM event_log")); };
+    const long full_rows = written();
+    EXPECT_LT(full_rows, events);
+    EXPECT_EQ(logged("failed to write event log [message_id=40]"), events - full_rows);
+    EXPECT_EQ(broadcast_inserts(), full_rows);
+
+    unlink((small + "/fill").c_str());
+    for (int i = 0; i < 5; ++i)
+        send(alarm, alarm_1);
+    EXPECT_EQ(settle().size(), 10u);
+    EXPECT_EQ(written(), full_rows + 5);
+    EXPECT_EQ(broadcast_inserts(), full_rows + 5);
+    report("file system full (4 MiB tmpfs filled up), then space freed",
+           to_string(events) + " alarms while full, 5 after", 1,
+           "the " + to_string(events - full_rows) + " rows that did not fit, each with an ERROR line; " +
+               "reactions all sent; announced " + to_string(full_rows) +
+               " = rows in the file; after: " + "rows and announcements resume");
+}
+
+// Damage found by a statement: an index entry of an event row that the table lost (a torn commit
+// of another process while the service runs) makes the reaction lookup fail as corrupt; the
+// service rebuilds the index and looks up once more, so the alarm gets its reactions.
+TEST_F(ehs_fault_test, a_lookup_failing_on_a_torn_index_gets_the_index_rebuilt_and_one_more_try) {
+    start_serving();
+    send(alarm, alarm_1);
+    const lines_t expected = settle();
+    ASSERT_EQ(expected.size(), 2u);
+    tear_commit(db_.path(), "INSERT INTO event(id, name, associated_event_source_id) VALUES(99, 'torn', 52)",
+                "event_associated_event_source", torn_e::table_behind);
+    send(alarm, alarm_1);
+    EXPECT_EQ(settle(), expected);
+    EXPECT_EQ(
+        logged("ERROR [MODEL] in repair(): database damage found: index event_associated_event_source out "
+               "of step with its table, rebuilt with REINDEX"),
+        1);
+    EXPECT_EQ(fresh(db_.path(), "PRAGMA integrity_check"), "ok");
 }
 
 } // namespace

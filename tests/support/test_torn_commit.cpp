@@ -39,5 +39,9 @@ void tear_commit(const std::string& path, const std::string& commit_sql, const s
     const size_t at = (root - 1) * page_size;
     std::string torn = how == torn_e::index_behind ? after : before;
     torn.replace(at, page_size, (how == torn_e::index_behind ? before : after).substr(at, page_size));
+    // The header's change counters as the commit wrote them, so that open connections drop
+    // their page cache and read the torn file.
+    torn.replace(24, 4, after.substr(24, 4));
+    torn.replace(92, 4, after.substr(92, 4));
     write_file(path, torn);
 }
