@@ -43,7 +43,10 @@ TEST_P(event_dao_test, event_sources_per_language_with_reduced_ids) {
                   read(&source_dao::get_event_source_by_id, 21, "en"),
               "1012|input changed|externalInput12|Eingang geändert|externalInputnone");
 
-    // 60 stands for every alarm system: no detail row.
+    // 60 stands for every alarm system: no detail row. Connector 23 has no application, so its
+    // input reads without details too.
+    db_.exec("INSERT INTO connector(id, direction, number) VALUES (23, 'input', 3); UPDATE "
+             "input_event_source SET connector_id=23 WHERE associated_event_source_id=53");
     auto dao = db_.dao<source_dao>();
     auto associated = [&](uint64_t id, const std::string& lang) {
         associated_event_source_t out;
@@ -53,8 +56,8 @@ TEST_P(event_dao_test, event_sources_per_language_with_reduced_ids) {
     EXPECT_EQ(associated(51, "en") + associated(58, "en") + associated(53, "en") + associated(52, "en") +
                   associated(60, "en") + associated(57, "en") + associated(61, "de"),
               "1|2|access denied|lorivant|1|0|0|0|0|-|-|-\n8|7|repeater tamper|repeater|-|1|-|-\n3|12|input "
-              "changed|externalInput|-|-|11|1|1|0|key_switch|-\n2|13|alarm|alarmsystem|-|-|-|1|Intrusion "
-              "alarm ground floor|0|1700003600|1699970400|0\n10|3|armed|alarmsystem|-|-|-|-\n7|15|internet "
+              "changed|externalInput|-|-|-|-\n2|13|alarm|alarmsystem|-|-|-|1|Intrusion alarm ground "
+              "floor|0|1700003600|1699970400|0\n10|3|armed|alarmsystem|-|-|-|-\n7|15|internet "
               "lost|general|-|-|-|-\n11|12|Eingang geändert|externalInput|-|-|12|0|2|1|alarm_contact|-\n");
     EXPECT_EQ(db_failure([&] { associated(99, "en"); }) + db_failure([&] { associated(58, "fr"); }),
               "empty query|2empty query|2");
