@@ -126,7 +126,7 @@ TEST(msg_event_test, email_request_skips_events_it_cannot_read) {
          R"(signal_loss",)" +
              recipients, // a repeated array replaces the list
          R"({"event_source_topic":"events/end_device/signal_loss",)" + recipients},
-        {R"({"event_source_topic":"events/control/tamper","event_source_msg":{"a":{"b":[1,-2,null,{"c":"d"}]},"":1.5},)" +
+        {R"({"event_source_topic":"events/control/tamper","event_source_msg":{"a":{"b":[1,-2,5000000000,null,{"c":"d"}]},"":1.5},)" +
              recipients,
          R"({"event_source_topic":"events/control/tamper",)" + recipients},
     };

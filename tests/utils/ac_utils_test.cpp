@@ -23,7 +23,7 @@ TEST(ac_log_test, sinks_thresholds_layouts_and_the_2047_character_cut) {
     auto text = [&](int i) { return log_text(dir.file("s" + std::to_string(i))); };
     ac_log_init(AC_LOG_DEBUG);
     ac_log_deinit(); // forgets the threshold: the next init sets one again
-    ac_log_init(AC_LOG_WARNING);
+    EXPECT_EQ(ac_log_init(AC_LOG_WARNING), 0);
     EXPECT_EQ(ac_log_init(AC_LOG_DEBUG), 0); // the first threshold stays
     testing::internal::CaptureStderr();
     EXPECT_EQ(ac_log_add_file_sink(dir.file("no/dir").c_str(), 0), 1); // takes no slot
