@@ -2,6 +2,7 @@
 // it writes (message id, group, door component, camera) and its log lines. Each topic looks up its
 // own event source, and a configured event reacts only to the device, alarm system, input or
 // hotkey that its source names; an event is logged whether or not anything is configured for it.
+// Then the same with the database failing in each of the ways a handler must survive.
 #include "tests/eventhandling/handler_test_fixture.h"
 
 #include <ctime>
@@ -175,13 +176,14 @@ TEST_F(ehs_event_handler_test, each_message_reacts_for_its_source_and_the_named_
     // Values no installation should have: a connector with id 0 is unused, an unknown action
     // undefined, and a camera records "snapshot" or "video", nothing else.
     // clang-format off
-    db_.exec("UPDATE lorivant_event_reaction SET lorivant_id=0, counts=NULL WHERE id=401; "
-             "INSERT INTO connector VALUES (0, '', 'output', 12, 0); INSERT INTO connector_application_assoc "
-             "VALUES (0, 'siren'); UPDATE output_event_reaction SET connector_id=0 WHERE id=202; UPDATE "
-             "output_event_reaction SET action=99 WHERE id=201; "
+    db_.exec("UPDATE lorivant_event_reaction SET lorivant_id=0, access_group_id=7, counts=NULL WHERE id=401; "
+             "INSERT INTO connector VALUES (0, '', 'output', 12, 0); "
+             "INSERT INTO connector_application_assoc VALUES (0, 'siren'); "
+             "UPDATE output_event_reaction SET connector_id=0 WHERE id=202; "
+             "UPDATE output_event_reaction SET action=99 WHERE id=201; "
              "UPDATE camera_event_reaction SET recording='Snapshot'");
     for (const auto& c : std::vector<case_t>{
-             {io, input("input1", "High"), {office(401, 0, 0, 3600, no_limit)}, row(22)},
+             {io, input("input1", "High"), {office(401, 0, 7, 3600, no_limit)}, row(22)},
              {hotkey, R"({"hotkey_id":1})", {output("unused", "Open Timed", 2, 5)}},
              {alarm_topic, alarm(1), {output("output1", "undefined", 0, 180)}, row(40)},
              // The same configured events hanging off sources of type "general", which on its own
@@ -193,7 +195,7 @@ TEST_F(ehs_event_handler_test, each_message_reacts_for_its_source_and_the_named_
              {arm, alarm(1), {email(arm, armed(1), security)}, row(25)}})
         expect(c);
     // clang-format on
-    EXPECT_EQ(db_.rows(assoc), "401|NULL|NULL|NULL|3600|-1\n");
+    EXPECT_EQ(db_.rows(assoc), "401|NULL|NULL|7|3600|-1\n");
     EXPECT_EQ(db_.rows(doors), "1|1|401|3600|-1|0\n2|1|401|3600|-1|0\n");
 }
 

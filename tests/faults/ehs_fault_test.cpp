@@ -336,8 +336,7 @@ TEST_F(ehs_fault_test, broken_huge_and_hostile_payloads_are_refused_or_passed_on
     EXPECT_EQ(rows(), written + 1);
     report("1 MiB payloads",
            "one valid (its e-mail carries the 1 MiB tag id), three malformed, one on a log-only topic "
-           "(written), "
-           "then an alarm",
+           "(written), then an alarm",
            1, "0");
 
     const std::string tables = db_.rows("SELECT name FROM sqlite_master ORDER BY name");
