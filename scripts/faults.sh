@@ -4,7 +4,8 @@
 # of its own. The test command (scripts/test.sh) runs the same cases with quick counts.
 # Usage: scripts/faults.sh [build dir, default build]
 # The counts can be changed through EHS_FAULT_BROKER_KILLS, EHS_FAULT_KILL_CYCLES, EHS_FAULT_FLOOD,
-# EHS_FAULT_READ_ONLY_EVENTS and EHS_FAULT_SEED (the kill times). EHS_FAULT_FULL adds the case that
+# EHS_FAULT_READ_ONLY_EVENTS, EHS_FAULT_DEAD_READER_EVENTS, EHS_FAULT_FULL_EVENTS and EHS_FAULT_SEED
+# (the kill times). EHS_FAULT_FULL adds the case that
 # holds the database's write lock through the daemon's 25 s of retries (skipped in the test command).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -17,7 +18,7 @@ cmake -S . -B "$build" -DEHS_BUILD_TESTS=ON >/dev/null
 cmake --build "$build" -j "$(nproc 2>/dev/null || echo 2)" --target ehs ehs_broadcast_reader ehs_fault_tests >/dev/null
 
 export EHS_FAULT_BROKER_KILLS=${EHS_FAULT_BROKER_KILLS:-10}
-export EHS_FAULT_KILL_CYCLES=${EHS_FAULT_KILL_CYCLES:-50}
+export EHS_FAULT_KILL_CYCLES=${EHS_FAULT_KILL_CYCLES:-200}
 export EHS_FAULT_FLOOD=${EHS_FAULT_FLOOD:-100000}
 export EHS_FAULT_READ_ONLY_EVENTS=${EHS_FAULT_READ_ONLY_EVENTS:-100}
 export EHS_FAULT_SEED=${EHS_FAULT_SEED:-9}

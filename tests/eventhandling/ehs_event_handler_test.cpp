@@ -183,6 +183,11 @@ TEST_F(ehs_event_handler_test, each_message_reacts_for_its_source_and_the_named_
              "UPDATE output_event_reaction SET action=99 WHERE id=201; "
              "UPDATE camera_event_reaction SET recording='Snapshot'");
     for (const auto& c : std::vector<case_t>{
+             // An activation level other than 1 ("High") or 0 ("Low") reacts to neither.
+             {io, input("input1", "High"), {}, row(22), {}, "UPDATE input_event_source SET activate_signal=2 "
+                                                            "WHERE associated_event_source_id=53"},
+             {io, input("input1", "Low"), {}, row(22), {}, "", "UPDATE input_event_source SET activate_signal=1 "
+                                                              "WHERE associated_event_source_id=53"},
              {io, input("input1", "High"), {office(401, 0, 7, 3600, no_limit)}, row(22)},
              {hotkey, R"({"hotkey_id":1})", {output("unused", "Open Timed", 2, 5)}},
              {alarm_topic, alarm(1), {output("output1", "undefined", 0, 180)}, row(40)},
