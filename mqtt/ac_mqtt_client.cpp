@@ -65,6 +65,11 @@ int ac_mqtt_client_c::init(const char* host, int port, int keepalive, int retrie
     // an event would wait for the broker's ACK of the first: about 1 ms under load, up to 40 ms
     // (the delayed ACK) when idle. Only an old library refuses the option, and then it stays on.
     mosquitto_int_option(mosq_.get(), MOSQ_OPT_TCP_NODELAY, 1);
+    // The loop runs on the caller's thread while other threads publish (the supervision, inside
+    // its transaction). Unthreaded, such a publish writes the packet itself and then waits for
+    // the mutex that the loop holds while a message callback runs; a callback waiting for the
+    // database's turn would never give it back. Threaded, the loop writes the packet.
+    mosquitto_threaded_set(mosq_.get(), true);
 
     mosquitto_subscribe_callback_set(mosq_.get(), subscribe_trampoline);
     mosquitto_message_callback_set(mosq_.get(), message_trampoline);
