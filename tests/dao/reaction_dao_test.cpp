@@ -90,6 +90,8 @@ TEST_P(reaction_dao_test, reactions_written_with_the_columns_of_their_kind) {
     EXPECT_EQ(db_.rows(door), "9|5|8|600|5|NULL\n");
     doors->delete_lorivant_event_reaction(404);
     EXPECT_EQ(db_.rows(door), "");
+    EXPECT_EQ(doors->insert_lorivant_event_reaction(9, {0, 1, 6, panic}), 404u);
+    EXPECT_EQ(db_.rows(door), "9|1|6|NULL|NULL|1\n");
     EXPECT_EQ(thrown<std::invalid_argument>([&] { doors->insert_lorivant_event_reaction(9, {}); }),
               "lorivant event reaction without office or panic mode");
 }
