@@ -30,9 +30,9 @@
 
 class cas_broadcast_hook_helper_c {
 public:
-    // How long one send may wait for room in a full queue: a slow reader keeps up, a dead one
-    // costs the service this much once.
-    static constexpr int send_wait_ms = 100;
+    // How long one send may wait for room in a full queue: a slow reader (a busy controller)
+    // keeps up, a dead one costs the service this much once.
+    static constexpr int send_wait_ms = 500;
 
     static cas_broadcast_hook_helper_c& instance();
     virtual ~cas_broadcast_hook_helper_c() = default;

@@ -206,7 +206,9 @@ TEST_F(ehs_fault_test, killed_during_a_write_storm_it_starts_again_repairs_the_f
         // Nothing is announced before its commit has written it; the kill may fall between the
         // last commit and its announcement.
         const long unannounced = rows_at_kill - rows_before - (broadcast_inserts() - announced_before);
-        EXPECT_TRUE(unannounced == 0 || unannounced == 1) << unannounced << " in cycle " << cycle;
+        // More only when the reader fell behind by the send's bound and the daemon said so.
+        EXPECT_TRUE(unannounced == 0 || unannounced == 1 || logged("failed to msgsnd: queue full") > 0)
+            << unannounced << " in cycle " << cycle;
         committed_unannounced += unannounced;
         const std::string check = fresh(db_.path(), "PRAGMA integrity_check");
         if (check == "ok") continue;
@@ -394,7 +396,7 @@ TEST_F(ehs_fault_test, a_dead_queue_reader_costs_announcements_only_and_they_res
     EXPECT_EQ(rows(), events);
     db_.exec("INSERT INTO event_log(datetime, message_id, event_log_group_id) VALUES(1, 1, 4);"
              "DELETE FROM event_log WHERE datetime=1"); // another process can write
-    EXPECT_EQ(logged("ERROR [CASCADINGSERVICE] in operator()(): failed to msgsnd: queue full for 100 ms, "
+    EXPECT_EQ(logged("ERROR [CASCADINGSERVICE] in operator()(): failed to msgsnd: queue full for 500 ms, "
                      "changes are not announced until it has room"),
               1);
 
@@ -450,7 +452,7 @@ TEST_F(ehs_fault_test, a_full_file_system_costs_the_rows_of_that_time_and_announ
     }
     for (long i = 0; i < events; ++i)
         send(alarm, alarm_1);
-    EXPECT_EQ(static_cast<long>(settle().size()), 2 * events);
+    EXPECT_EQ(static_cast<long>(settle(120s).size()), 2 * events);
     const auto written = [&] { return std::stol(fresh(file, "SELECT count(*) FROM event_log")); };
     const long full_rows = written();
     EXPECT_LT(full_rows, events);
