@@ -259,7 +259,7 @@ bench_rate_t bench_sql_ceiling(const std::string& db_path, const bench_ceiling_o
                            hooks ? cas_broadcast_hook_helper_c::commit_hook : nullptr);
     for (const char* pragma : {"foreign_keys=ON", "journal_mode=MEMORY", "synchronous=OFF"})
         database.add_pragma(pragma);
-    database.open(db_path, false, false);
+    database.open(db_path);
     statements_c statements(database.get_handle(), options.statements);
     const char* notify_socket = getenv("NOTIFY_SOCKET");
     const std::string kept = notify_socket != nullptr ? notify_socket : "";

@@ -36,7 +36,7 @@ struct installation_t {
         handler =
             std::make_unique<ehs_alarm_handler_c>(std::make_shared<ac_mqtt_client_c>("micro"), registry);
         database.add_pragma("journal_mode=MEMORY");
-        database.open(dir.file("acs.db"), false, false);
+        database.open(dir.file("acs.db"));
     }
     bench_temp_dir_c dir;
     dao_registry_c registry;

@@ -37,10 +37,11 @@ std::string read_script(const std::string& path) {
 
 } // namespace
 
-void dao_sqlite3_c::open(const std::string& path, bool allow_missing, bool load_extension) {
-    if (!allow_missing && !is_memory_database(path)) {
+void dao_sqlite3_c::open(const std::filesystem::path& file, const db_open_options_t& options) {
+    const std::string path = file.string();
+    if (!options.allow_missing && !is_memory_database(path)) {
         std::error_code error;
-        auto type = std::filesystem::status(path, error).type();
+        auto type = std::filesystem::status(file, error).type();
         if (type == std::filesystem::file_type::not_found || type == std::filesystem::file_type::none)
             throw db_exception_t("db " + quoted(path) + " doesn't exist in filesystem");
     }
@@ -56,7 +57,7 @@ void dao_sqlite3_c::open(const std::string& path, bool allow_missing, bool load_
         result = sqlite3_enable_load_extension(db_.get(), 1);
         if (result != SQLITE_OK)
             throw make_db_exception("failed to configure db: " + quoted(path), result, db_code_open);
-        if (load_extension) {
+        if (options.load_extension) {
             result = sqlite3_load_extension(db_.get(), sha_extension_path, "sqlite3_sha_init", nullptr);
             if (result != SQLITE_OK)
                 throw make_db_exception("failed to load extension db: " + quoted(path), result, db_code_open);
@@ -76,11 +77,11 @@ void dao_sqlite3_c::open(const std::string& path, bool allow_missing, bool load_
 
 void dao_sqlite3_c::open_database(const std::string& path, bool load_extension) {
     if (path.find(".sql") == std::string::npos) {
-        open(path, false, load_extension);
+        open(path, db_open_options_t::with_extension(load_extension));
         return;
     }
     const std::string script = read_script(path);
-    open(":memory:", false, load_extension);
+    open(":memory:", db_open_options_t::with_extension(load_extension));
     try {
         exec_sql_script(script);
     } catch (...) {

@@ -31,6 +31,26 @@ using db_update_hook_t = void (*)(void* connection, int operation, const char* d
 using db_rollback_hook_t = void (*)(void* connection);
 using db_commit_hook_t = int (*)(void* connection);
 
+// How a database is opened; the defaults are the service's own: an existing file, no extension.
+struct db_open_options_t {
+    // A missing file is created instead of refused. Off for the shared database, so that a wrong
+    // path never leaves an empty file behind for the other services to find.
+    bool allow_missing = false;
+    // Loads dao_sqlite3_c::sha_extension_path (SQL's SHA hash functions); a failed load fails the open.
+    bool load_extension = false;
+
+    static db_open_options_t with_extension(bool load_extension) {
+        db_open_options_t options;
+        options.load_extension = load_extension;
+        return options;
+    }
+    static db_open_options_t allowing_missing() {
+        db_open_options_t options;
+        options.allow_missing = true;
+        return options;
+    }
+};
+
 class dao_sqlite3_c {
 public:
     // The optional extension that gives SQL its SHA hash functions.
@@ -44,20 +64,8 @@ public:
     dao_sqlite3_c(const dao_sqlite3_c&) = delete;
     dao_sqlite3_c& operator=(const dao_sqlite3_c&) = delete;
 
-    // A file database must exist unless `allow_missing`: opening never creates the shared file
-    // by accident. Memory names skip the check. On failure the object stays closed.
-    void open(const std::string& path, bool allow_missing, bool load_extension);
-    void open(const std::filesystem::path& path, bool allow_missing, bool load_extension) {
-        open(path.string(), allow_missing, load_extension);
-    }
-    void open(const char* path, bool allow_missing, bool load_extension) {
-        open(std::string(path), allow_missing, load_extension);
-    }
-    void open(const std::filesystem::path& path, bool load_extension) {
-        open(path.string(), false, load_extension);
-    }
-    void open(const std::string& path, bool load_extension) { open(path, false, load_extension); }
-    void open(const char* path, bool load_extension) { open(std::string(path), false, load_extension); }
+    // Memory names skip the file check. On failure the object stays closed.
+    void open(const std::filesystem::path& path, const db_open_options_t& options = {});
 
     // How the registry opens a database: a path containing ".sql" names a script that fills a
     // fresh in-memory database (tests, demo installations); any other path is a file that must exist.

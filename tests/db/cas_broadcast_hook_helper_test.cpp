@@ -40,7 +40,7 @@ protected:
         file_.exec("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 100) "
                    "INSERT INTO hotkey SELECT i, 'k' FROM n; CREATE TABLE table_hashes(v); "
                    "CREATE TABLE table_hashes_x(v); CREATE TABLE table_hashe(v)");
-        db_->open(file_.path(), false);
+        db_->open(file_.path());
     }
     void TearDown() override { ac_log_deinit(); }
     static int queue() { return msgget(ftok(cas_broadcast_queue_file, cas_broadcast_queue_id), 0); }

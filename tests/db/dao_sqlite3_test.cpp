@@ -39,9 +39,8 @@ TEST_F(dao_sqlite3_test, failures_carry_their_text_and_code) {
     write_file(dir_.file("empty.sql"), "");
     write_file(dir_.file("bad.sql"), "INSERT INTO languages VALUES(1);");
     std::string opens = db_failures(
-        {[&] { db_->open_database(dir_.file("q\"t.db"), false); }, [&] { db_->open(dir_.path(), false); },
-         [&] { bad_pragma.open(file_.path(), false); },
-         [&] { db_->open_database(dir_.file("empty.sql"), false); },
+        {[&] { db_->open_database(dir_.file("q\"t.db"), false); }, [&] { db_->open(dir_.path()); },
+         [&] { bad_pragma.open(file_.path()); }, [&] { db_->open_database(dir_.file("empty.sql"), false); },
          [&] { db_->open_database(dir_.file("bad.sql"), false); }, [&] { bad_pragma.get_handle(); }});
     for (size_t at; (at = opens.find(dir_.path())) != std::string::npos;)
         opens.replace(at, dir_.path().size(), "D");
@@ -53,7 +52,7 @@ TEST_F(dao_sqlite3_test, failures_carry_their_text_and_code) {
               "invalid state: db isnt open yet|0\n");
     EXPECT_FALSE(db_->is_open(file_.path()) || db_->is_open(":memory:") || db_->in_transaction());
     db_->set_busy_timeout(5);
-    db_->open(file_.path(), false);
+    db_->open(file_.path());
     auto duplicate = prepare(*db_, "INSERT INTO language VALUES(3, 'en', 'E')"),
          locked = prepare(*db_, "INSERT INTO language VALUES(5, 'es', 'Espanol')");
     EXPECT_EQ(
@@ -80,7 +79,7 @@ TEST_F(dao_sqlite3_test, failures_carry_their_text_and_code) {
 TEST_F(dao_sqlite3_test, every_open_configures_the_connection_and_transactions) {
     transaction_dao_sqlite3_t tx(db_);
     for (int round = 0; round < 2; ++round) {
-        db_->open(file_.path(), false);
+        db_->open(file_.path());
         EXPECT_EQ(rows("PRAGMA foreign_keys; PRAGMA busy_timeout") + db_->path(), "1\n50\n" + file_.path());
         tx.begin_transaction(0);
         EXPECT_TRUE(db_->in_transaction() && db_->is_open(file_.path()) && !turn_is_free());
@@ -93,7 +92,7 @@ TEST_F(dao_sqlite3_test, every_open_configures_the_connection_and_transactions) 
         db_->close();
         EXPECT_TRUE(db_->path().empty() && !db_->is_open(file_.path()));
     }
-    db_->open(file_.path(), false);
+    db_->open(file_.path());
     file_.exec("INSERT INTO hotkey(id) VALUES(3); BEGIN IMMEDIATE; INSERT INTO hotkey(id) VALUES(4)");
     {
         read_transaction_guard_c reads(tx);
@@ -104,7 +103,7 @@ TEST_F(dao_sqlite3_test, every_open_configures_the_connection_and_transactions) 
     EXPECT_TRUE(!db_->in_transaction() && turn_is_free());
     db_->close(); // nothing can begin, nothing is thrown
     EXPECT_FALSE(read_transaction_guard_c(tx).open());
-    db_->open(dir_.file("new.db"), true, false); // asked for: a new file
+    db_->open(dir_.file("new.db"), db_open_options_t::allowing_missing());
     EXPECT_TRUE(file_exists(dir_.file("new.db")) && dao_sqlite3_c::is_memory_database("file::memory:"));
 }
 
@@ -114,7 +113,7 @@ TEST_F(dao_sqlite3_test, every_open_configures_the_connection_and_transactions) 
 TEST_F(dao_sqlite3_test, statements_read_by_the_documented_rules_and_the_cache_reuses_them) {
     using key_t = std::array<uint8_t, 16>;
     auto text = [](auto value) { return std::to_string(value); };
-    db_->open(file_.path(), false);
+    db_->open(file_.path());
     sqlite3_statement_cache_c cache;
     const std::string sql = "SELECT 2, 0, X'', X'01', X'0102030405060708090A', X'0102030405060708090A0B', "
                             "X'0102030405060708090A0B0C0D0E0F10', X'0102030405060708090A0B0C0D0E0F1011'";
@@ -147,7 +146,7 @@ TEST_F(dao_sqlite3_test, statements_read_by_the_documented_rules_and_the_cache_r
               "db statement failed: constraint failed|5\ndb statement failed: constraint failed|5\n|-1\n"
               "db statement failed: SQL logic error|4\n");
     db_->close();
-    db_->open(file_.path(), false);
+    db_->open(file_.path());
     EXPECT_EQ(sqlite3_db_handle(cache.prepare(*db_, sql).holder->stmt), db_->get_handle());
     EXPECT_EQ(cache.size(), 2u); // a text that fails to prepare is not kept
 }

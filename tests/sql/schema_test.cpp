@@ -43,7 +43,7 @@ TEST(schema_test, event_log_statements_that_filter_use_an_index) {
             "(1, 7, 4, 3, 1), (1, 7, 4, 3, 5)");
     // A connection of the test's own, traced, so that it sees each statement the DAO runs.
     auto connection = std::make_shared<dao_sqlite3_c>();
-    connection->open(db.path(), false);
+    connection->open(db.path());
     std::vector<std::string> statements;
     auto trace = [](unsigned, void* seen, void* stmt, void*) {
         static_cast<std::vector<std::string>*>(seen)->push_back(
