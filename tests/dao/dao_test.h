@@ -19,7 +19,7 @@
 #include "dao/settings_dao.h"
 #include "db/db_exception.h"
 #include "tests/support/test_database.h"
-#include "tests/support/test_expect.h"
+#include "tests/support/test_sqlite.h"
 
 #include <gtest/gtest.h>
 
@@ -100,17 +100,6 @@ std::string texts(const std::vector<T>& records) {
         out += text(r) + "\n";
     return out;
 }
-// What an operation that must find a row threw, as "text|code".
-template <typename Action>
-std::string db_failure(Action&& action) {
-    try {
-        action();
-    } catch (const db_exception_t& e) {
-        return join(e.what(), e.code);
-    }
-    return "";
-}
-
 class dao_test : public ::testing::TestWithParam<bool> {
 protected:
     void SetUp() override {

@@ -2,6 +2,7 @@
 
 #include "tests/support/test_database.h"
 #include "tests/support/test_expect.h"
+#include "tests/support/test_sqlite.h"
 #include "tests/support/test_torn_commit.h"
 #include "utils/ac_log.h"
 
@@ -23,18 +24,8 @@ protected:
     }
     void TearDown() override { ac_log_deinit(); }
 
-    void open() { connection_.open(db_.path(), false, false); }
-    // Through a connection of its own, as another process would see the file.
-    std::string integrity() {
-        sqlite3* other = nullptr;
-        sqlite3_stmt* stmt = nullptr;
-        sqlite3_open(db_.path().c_str(), &other);
-        sqlite3_prepare_v2(other, "PRAGMA integrity_check", -1, &stmt, nullptr);
-        std::string first = sqlite3_step(stmt) == SQLITE_ROW ? (const char*)sqlite3_column_text(stmt, 0) : "";
-        sqlite3_finalize(stmt);
-        sqlite3_close(other);
-        return first;
-    }
+    void open() { connection_.open(db_.path()); }
+    std::string integrity() { return fresh_value(db_.path(), "PRAGMA integrity_check"); }
 
     test_database_c db_;
     temp_dir_c dir_;
@@ -73,6 +64,10 @@ TEST_F(db_repair_test, a_sound_file_is_left_alone_and_damage_beyond_reindex_is_r
               "ERROR [MODEL] in repair(): database damage that REINDEX cannot repair: restore " + db_.path() +
                   " from a backup\n");
     EXPECT_EQ(db_.rows("SELECT count(*) FROM event_log"), "1\n");
+    connection_.close(); // a check that cannot run says so
+    EXPECT_FALSE(db_repair_c(connection_).repair(2, 2, false));
+    EXPECT_EQ(log_lines(log_).back(),
+              "ERROR [MODEL] in repair(): database check failed: invalid state: db isnt open yet");
 }
 
 } // namespace

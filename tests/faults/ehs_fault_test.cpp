@@ -6,12 +6,12 @@
 // ones. Each case prints its row of the README's reliability table as "reliability: | ... |".
 #include "tests/support/test_daemon.h"
 #include "tests/support/test_expect.h"
+#include "tests/support/test_sqlite.h"
 #include "tests/support/test_torn_commit.h"
 
 #include <fcntl.h>
 #include <linux/fs.h>
 #include <sched.h>
-#include <sqlite3.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -162,26 +162,9 @@ TEST_F(ehs_fault_test, a_write_lock_held_beyond_the_retries_costs_one_row_and_on
            "that alarm's row, with one ERROR line naming message id 40; not its reactions, not the next row");
 }
 
-// journal_mode=MEMORY and synchronous=OFF keep no rollback journal on disk: a process that dies
-// in the middle of a commit leaves whatever pages it had written by then. Those settings are
-// the controller's, so a damaged file is counted, not failed; what the service answers for is
-// checked: it starts again, also on a damaged file (then put back as it was), keeps every row it
-// committed and reacts.
-// The first value of `sql` through a connection of its own: after a kill the raw connection's page
-// cache may take a torn file for the one it knew.
-std::string fresh(const std::string& path, const std::string& sql) {
-    sqlite3* db = nullptr;
-    sqlite3_stmt* stmt = nullptr;
-    sqlite3_open(path.c_str(), &db);
-    sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr);
-    std::string first = sqlite3_step(stmt) == SQLITE_ROW ? (const char*)sqlite3_column_text(stmt, 0) : "?";
-    sqlite3_finalize(stmt);
-    sqlite3_close(db);
-    return first;
-}
-
-// A kill between the page writes of a commit can tear an index from its table (the journal is in
-// memory): the service finds that at its next start, after READY=1, and rebuilds the index.
+// journal_mode=MEMORY and synchronous=OFF (the controller's) keep no rollback journal on disk: a
+// kill between the page writes of a commit can tear an index from its table. The service must
+// start again, find that after READY=1, rebuild the index, keep every committed row and react.
 TEST_F(ehs_fault_test, killed_during_a_write_storm_it_starts_again_repairs_the_file_and_keeps_every_row) {
     const long cycles = count_from_env("EHS_FAULT_KILL_CYCLES", 5),
                seed = count_from_env("EHS_FAULT_SEED", 9);
@@ -201,7 +184,8 @@ TEST_F(ehs_fault_test, killed_during_a_write_storm_it_starts_again_repairs_the_f
         std::this_thread::sleep_for(std::chrono::milliseconds(random() % 501));
         daemon_->signal(SIGKILL);
         ASSERT_NE(daemon_->wait_for_exit(10s), -1);
-        const long rows_at_kill = std::stol(fresh(db_.path(), "SELECT count(*) FROM event_log NOT INDEXED"));
+        const long rows_at_kill =
+            std::stol(fresh_value(db_.path(), "SELECT count(*) FROM event_log NOT INDEXED"));
         written += rows_at_kill - rows_before;
         // Nothing is announced before its commit has written it; the kill may fall between the
         // last commit and its announcement.
@@ -210,7 +194,7 @@ TEST_F(ehs_fault_test, killed_during_a_write_storm_it_starts_again_repairs_the_f
         EXPECT_TRUE(unannounced == 0 || unannounced == 1 || logged("failed to msgsnd: queue full") > 0)
             << unannounced << " in cycle " << cycle;
         committed_unannounced += unannounced;
-        const std::string check = fresh(db_.path(), "PRAGMA integrity_check");
+        const std::string check = fresh_value(db_.path(), "PRAGMA integrity_check");
         if (check == "ok") continue;
         ++damaged;
         damage = check;
@@ -221,12 +205,12 @@ TEST_F(ehs_fault_test, killed_during_a_write_storm_it_starts_again_repairs_the_f
         slowest_ms = std::max<long>(slowest_ms, std::chrono::duration_cast<std::chrono::milliseconds>(
                                                     std::chrono::steady_clock::now() - started)
                                                     .count());
-        if (fresh(db_.path(), "PRAGMA integrity_check") == "ok")
+        if (fresh_value(db_.path(), "PRAGMA integrity_check") == "ok")
             ++repaired;
         else
-            unrepaired = fresh(db_.path(), "PRAGMA integrity_check");
+            unrepaired = fresh_value(db_.path(), "PRAGMA integrity_check");
         lost_in_repair +=
-            rows_at_kill - std::stol(fresh(db_.path(), "SELECT count(*) FROM event_log NOT INDEXED"));
+            rows_at_kill - std::stol(fresh_value(db_.path(), "SELECT count(*) FROM event_log NOT INDEXED"));
         send(alarm, alarm_1); // and it reacts, whatever was found
         EXPECT_EQ(settle().size(), 2u) << check;
         daemon_->signal(SIGKILL);
@@ -453,7 +437,7 @@ TEST_F(ehs_fault_test, a_full_file_system_costs_the_rows_of_that_time_and_announ
     for (long i = 0; i < events; ++i)
         send(alarm, alarm_1);
     EXPECT_EQ(static_cast<long>(settle(120s).size()), 2 * events);
-    const auto written = [&] { return std::stol(fresh(file, "SELECT count(*) FROM event_log")); };
+    const auto written = [&] { return std::stol(fresh_value(file, "SELECT count(*) FROM event_log")); };
     const long full_rows = written();
     EXPECT_LT(full_rows, events);
     EXPECT_EQ(logged("failed to write event log [message_id=40]"), events - full_rows);
@@ -488,7 +472,7 @@ TEST_F(ehs_fault_test, a_lookup_failing_on_a_torn_index_gets_the_index_rebuilt_a
         logged("ERROR [MODEL] in repair(): database damage found: index event_associated_event_source out "
                "of step with its table, rebuilt with REINDEX"),
         1);
-    EXPECT_EQ(fresh(db_.path(), "PRAGMA integrity_check"), "ok");
+    EXPECT_EQ(fresh_value(db_.path(), "PRAGMA integrity_check"), "ok");
 }
 
 } // namespace

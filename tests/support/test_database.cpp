@@ -1,22 +1,11 @@
 #include "tests/support/test_database.h"
 
 #include "dao/dao_registration.h"
+#include "tests/support/test_sqlite.h"
 
 #include <sqlite3.h>
 
 #include <stdexcept>
-
-namespace {
-
-void run(sqlite3* db, const std::string& sql, int (*callback)(void*, int, char**, char**), void* out) {
-    char* message = nullptr;
-    if (sqlite3_exec(db, sql.c_str(), callback, out, &message) == SQLITE_OK) return;
-    std::string text = message != nullptr ? message : "?";
-    sqlite3_free(message);
-    throw std::runtime_error(sql.substr(0, 200) + ": " + text);
-}
-
-} // namespace
 
 std::string test_database_c::schema_sql() {
     return read_file(EHS_SOURCE_DIR "/sql/schema.sql");
@@ -43,22 +32,11 @@ test_database_c::~test_database_c() {
 }
 
 void test_database_c::exec(const std::string& sql) {
-    run(raw_, sql, nullptr, nullptr);
+    sql_rows(raw_, sql);
 }
 
 std::string test_database_c::rows(const std::string& sql) {
-    std::string out;
-    run(
-        raw_, sql,
-        [](void* text, int count, char** values, char**) {
-            for (int i = 0; i < count; ++i)
-                *static_cast<std::string*>(text) +=
-                    std::string(i ? "|" : "") + (values[i] ? values[i] : "NULL");
-            *static_cast<std::string*>(text) += "\n";
-            return 0;
-        },
-        &out);
-    return out;
+    return sql_rows(raw_, sql);
 }
 
 void test_database_c::rebuild_foreign_layout() {

@@ -11,6 +11,10 @@
 
 // Every row as "a|b\n"; NULL as "NULL". Throws std::runtime_error with SQLite's message.
 std::string sql_rows(sqlite3* db, const std::string& sql);
+// The first value of `sql` read through a connection of its own, as another process sees the file
+// (a connection kept open may take a file changed behind its back for the one it knew); "?" when
+// there is none.
+std::string fresh_value(const std::string& path, const std::string& sql);
 
 // "text|code" of the db_exception_t that `action` threw; "|-1" when it threw none.
 template <typename Action>
