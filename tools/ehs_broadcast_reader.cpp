@@ -3,10 +3,10 @@
 // tabs and backslashes inside the SQL are printed as \n, \t and \\, so every change stays one
 // line (the event-log insert is written over several lines).
 //
-// The service's commit hook sends with a blocking msgsnd: once the queue is full (about 15
-// messages with the default limits) every further commit of the service stops until someone
-// reads. On the controller that reader is another process; anything that runs the service
-// without it (a bench set-up, an end-to-end test) must run this tool to drain the queue.
+// Once the queue is full (about 15 messages with the default limits) the service waits up to
+// 500 ms for room after a commit and then drops its announcements until someone reads. On the
+// controller that reader is another process; anything that runs the service without it (a bench
+// set-up, an end-to-end test) must run this tool to drain the queue.
 //
 // Usage: ehs_broadcast_reader [-n COUNT] [-t SECONDS] [-q]
 //   -n COUNT    exit after COUNT messages

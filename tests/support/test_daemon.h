@@ -1,8 +1,8 @@
 #pragma once
 // The real build/ehs as systemd runs it on the controller, in the test's own network and IPC
 // namespaces: a broker on localhost:1883, the demo installation's database and the change
-// broadcast reader, which drains the System V queue (once it is full, every commit of the daemon
-// would block). A peer plays the controller's other services: it publishes events and records
+// broadcast reader, which drains the System V queue (once it is full, the daemon drops its
+// announcements). A peer plays the controller's other services: it publishes events and records
 // every "event_reactions/..." command.
 #include "tests/support/test_broker.h"
 #include "tests/support/test_database.h"
