@@ -13,6 +13,7 @@ cmake -S . -B build -DEHS_BUILD_TESTS=ON >/dev/null
 cmake --build build -j "$jobs"
 # Every deserializer gets arbitrary bytes for a bounded time (longer runs: scripts/fuzz.sh 600).
 scripts/fuzz.sh 20
-(cd build && ctest --output-on-failure -j "$jobs")
+# Most tests wait on a broker, a daemon or a clock rather than compute: twice as many as cores.
+(cd build && ctest --output-on-failure -j "$((jobs * 2))")
 # ASan+UBSan over every test, TSan over the suites where threads meet.
 scripts/sanitize.sh
