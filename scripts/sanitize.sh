@@ -16,8 +16,9 @@ scripts/install-deps.sh $build_packages $runtime_packages $test_packages
 jobs=$(nproc 2>/dev/null || echo 2)
 kinds=${1:-"address thread"}
 
-# -O1 with line tables only: builds in about half the time of -O2 -g, reports still name file and line.
-optimised_for_sanitizers=(-DCMAKE_BUILD_TYPE=Debug "-DCMAKE_CXX_FLAGS_DEBUG=-O1 -g1" "-DCMAKE_C_FLAGS_DEBUG=-O1 -g1")
+# Line tables only: reports still name file and line. ASan at -O0 builds a fifth faster than at
+# -O1 and runs the suite as fast (it waits more than it computes). TSan keeps -O1: its suites
+# are the ones that time threads, so its build stays closer to the real one.
 
 # Suppression files hold one entry per finding that is not ours, each with its reason.
 suppressions=$PWD/tests/sanitizers
@@ -55,7 +56,8 @@ status=0
 for kind in $kinds; do
     case $kind in
     address)
-        cmake -S . -B build-asan -DEHS_SANITIZE=address -DEHS_BUILD_TESTS=ON "${optimised_for_sanitizers[@]}" >/dev/null
+        cmake -S . -B build-asan -DEHS_SANITIZE=address -DEHS_BUILD_TESTS=ON -DCMAKE_BUILD_TYPE=Debug \
+            "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -g1" "-DCMAKE_C_FLAGS_DEBUG=-O0 -g1" >/dev/null
         cmake --build build-asan -j "$jobs" --target ehs_tests >build-asan/build.log 2>&1 ||
             { tail -40 build-asan/build.log; exit 1; }
         # halt_on_error: a child that the test does not watch still dies and leaves its report.
@@ -67,7 +69,8 @@ for kind in $kinds; do
         unset ASAN_OPTIONS LSAN_OPTIONS UBSAN_OPTIONS
         ;;
     thread)
-        cmake -S . -B build-tsan -DEHS_SANITIZE=thread -DEHS_BUILD_TESTS=ON "${optimised_for_sanitizers[@]}" >/dev/null
+        cmake -S . -B build-tsan -DEHS_SANITIZE=thread -DEHS_BUILD_TESTS=ON -DCMAKE_BUILD_TYPE=Debug \
+            "-DCMAKE_CXX_FLAGS_DEBUG=-O1 -g1" "-DCMAKE_C_FLAGS_DEBUG=-O1 -g1" >/dev/null
         cmake --build build-tsan -j "$jobs" --target ehs_mqtt_tests ehs_eventhandling_tests ehs_daemon_tests ehs_fault_tests \
             >build-tsan/build.log 2>&1 || { tail -40 build-tsan/build.log; exit 1; }
         export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:suppressions=$suppressions/tsan.supp:log_path=$PWD/build-tsan/sanitizer-reports/tsan"
