@@ -42,14 +42,14 @@ std::vector<std::vector<std::string>> query(sqlite3* db, const std::string& sql,
     std::vector<std::vector<std::string>> rows;
     sqlite3_stmt* stmt = nullptr;
     int result = sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr);
-    while (result == SQLITE_OK || result == SQLITE_ROW) {
-        if ((result = sqlite3_step(stmt)) != SQLITE_ROW) break;
-        rows.emplace_back();
-        for (int i = 0; i < sqlite3_column_count(stmt); ++i) {
-            const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, i));
-            rows.back().push_back(text ? text : "");
+    if (result == SQLITE_OK)
+        while ((result = sqlite3_step(stmt)) == SQLITE_ROW) {
+            rows.emplace_back();
+            for (int i = 0; i < sqlite3_column_count(stmt); ++i) {
+                const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, i));
+                rows.back().push_back(text ? text : "");
+            }
         }
-    }
     sqlite3_finalize(stmt);
     if (failed) *failed = result != SQLITE_DONE;
     return rows;
