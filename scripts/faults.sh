@@ -5,8 +5,8 @@
 # Usage: scripts/faults.sh [build dir, default build]
 # The counts can be changed through EHS_FAULT_BROKER_KILLS, EHS_FAULT_KILL_CYCLES, EHS_FAULT_FLOOD,
 # EHS_FAULT_READ_ONLY_EVENTS, EHS_FAULT_DEAD_READER_EVENTS, EHS_FAULT_FULL_EVENTS and EHS_FAULT_SEED
-# (the kill times). EHS_FAULT_FULL adds the case that
-# holds the database's write lock through the daemon's 25 s of retries (skipped in the test command).
+# (the kill times). EHS_FAULT_FULL adds the case that holds the database's write lock through the
+# daemon's 25 s of retries (skipped in the test command).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh

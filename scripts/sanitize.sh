@@ -19,6 +19,10 @@ kinds=${1:-"address thread"}
 # Line tables only: reports still name file and line. ASan at -O0 builds a fifth faster than at
 # -O1 and runs the suite as fast (it waits more than it computes). TSan keeps -O1: its suites
 # are the ones that time threads, so its build stays closer to the real one.
+configure() { # build dir, sanitizer, optimisation level
+    cmake -S . -B "$1" -DEHS_SANITIZE="$2" -DEHS_BUILD_TESTS=ON -DCMAKE_BUILD_TYPE=Debug \
+        "-DCMAKE_CXX_FLAGS_DEBUG=$3 -g1" "-DCMAKE_C_FLAGS_DEBUG=$3 -g1" >/dev/null
+}
 
 # Suppression files hold one entry per finding that is not ours, each with its reason.
 suppressions=$PWD/tests/sanitizers
@@ -56,8 +60,7 @@ status=0
 for kind in $kinds; do
     case $kind in
     address)
-        cmake -S . -B build-asan -DEHS_SANITIZE=address -DEHS_BUILD_TESTS=ON -DCMAKE_BUILD_TYPE=Debug \
-            "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -g1" "-DCMAKE_C_FLAGS_DEBUG=-O0 -g1" >/dev/null
+        configure build-asan address -O0
         cmake --build build-asan -j "$jobs" --target ehs_tests >build-asan/build.log 2>&1 ||
             { tail -40 build-asan/build.log; exit 1; }
         # halt_on_error: a child that the test does not watch still dies and leaves its report.
@@ -69,8 +72,7 @@ for kind in $kinds; do
         unset ASAN_OPTIONS LSAN_OPTIONS UBSAN_OPTIONS
         ;;
     thread)
-        cmake -S . -B build-tsan -DEHS_SANITIZE=thread -DEHS_BUILD_TESTS=ON -DCMAKE_BUILD_TYPE=Debug \
-            "-DCMAKE_CXX_FLAGS_DEBUG=-O1 -g1" "-DCMAKE_C_FLAGS_DEBUG=-O1 -g1" >/dev/null
+        configure build-tsan thread -O1
         cmake --build build-tsan -j "$jobs" --target ehs_mqtt_tests ehs_eventhandling_tests ehs_daemon_tests ehs_fault_tests \
             >build-tsan/build.log 2>&1 || { tail -40 build-tsan/build.log; exit 1; }
         export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:suppressions=$suppressions/tsan.supp:log_path=$PWD/build-tsan/sanitizer-reports/tsan"

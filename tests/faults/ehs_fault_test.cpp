@@ -360,10 +360,6 @@ TEST_F(ehs_fault_test, broken_huge_and_hostile_payloads_are_refused_or_passed_on
            1, "0; passed on and logged verbatim, tables untouched");
 }
 
-} // namespace
-
-namespace {
-
 // The controller's reader of the change queue dead: the queue fills (15 messages with the
 // kernel's defaults) and stays full. Events keep their rows and reactions, other processes can
 // write, one line tells, and announcements resume once a reader drains the queue.
