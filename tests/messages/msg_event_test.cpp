@@ -90,9 +90,14 @@ TEST(msg_event_test, every_class_round_trips_and_every_event_topic_has_its_class
         std::unique_ptr<msg_event_base_c> msg = c.make();
         ASSERT_EQ(msg->deserialize(c.text.c_str()), AC_RESULT_SUCCESS) << msg->last_error();
         EXPECT_EQ(msg->serialize(), c.text);
-        EXPECT_EQ(msg->deserialize("[]"), AC_RESULT_FAIL);
-        expected += std::string("ERROR [REST] in deserialize(): deserialize msg ") + c.name +
-                    " failed: expected start of a json array\n";
+        // Not an object: refused by the class's own reader, a bare number by each class's number handler.
+        for (const auto& [bad, error] :
+             {std::pair<const char*, const char*>{"[]", "expected start of a json array"},
+              {"7", "expected value of a json object pair"}}) {
+            EXPECT_EQ(msg->deserialize(bad), AC_RESULT_FAIL);
+            expected += std::string("ERROR [REST] in deserialize(): deserialize msg ") + c.name +
+                        " failed: " + error + "\n";
+        }
         if (!*c.topic) continue;
         const std::string topic = std::string("events/") + c.topic;
         topics.push_back(topic);
@@ -156,7 +161,6 @@ TEST(msg_event_test, strict_reads_reject_with_exact_texts) {
          "Missing a comma or '}' after an object member.: \"hardware_"},
         // One flat object of the class's members; integers unsigned.
         {hwid, "[1]", "expected start of a json array"},
-        {hwid, "5", "expected value of a json object pair"},
         {hwid, R"({"hardware_id":{}})", "expected start of a json object"},
         {hwid, R"({"":1})", "key name is null or empty"},
         {hwid, R"({"hardware_id":-1})", "invalid negative value for attribute: hardware_id"},
