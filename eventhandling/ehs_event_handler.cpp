@@ -3,7 +3,7 @@
 #include "db/transaction_guard.h"
 #include "eventhandling/ehs_damage_repair.h"
 #include "eventhandling/ehs_reaction_publisher.h"
-#include "utils/ac_log.h"
+#include "eventhandling/ehs_status_counters.h"
 #include "utils/ac_result.h"
 
 #include <mosquitto.h>
@@ -32,9 +32,9 @@ void ehs_event_handler_c::write_event_log_with_transaction(uint64_t message_id, 
             transaction.commit(retries_.commit);
         });
     } catch (const db_exception_t& e) {
-        ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "write_event_log_with_transaction",
-               "failed to write event log [message_id=%llu] : %s",
-               static_cast<unsigned long long>(message_id), e.what());
+        ehs_log_database_error("write_event_log_with_transaction",
+                               "failed to write event log [message_id=%llu] : %s",
+                               static_cast<unsigned long long>(message_id), e.what());
     }
 }
 
@@ -58,7 +58,7 @@ bool ehs_event_handler_c::look_up_reactions(uint64_t event_source_id,
         events_->get_events_of_event_source(event_source_id, events);
     } catch (const std::exception& e) {
         // The events read so far stay in the list, but the lookup ends: they get no reactions.
-        ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "find_event_reactions", "%s", e.what());
+        ehs_log_database_error("find_event_reactions", "%s", e.what());
         for (auto& event : events)
             records.push_back({std::move(event), {}, {}, {}, {}, {}});
         return !damaged(e);
@@ -71,7 +71,7 @@ bool ehs_event_handler_c::look_up_reactions(uint64_t event_source_id,
             if (!complete_record(records[i])) return true;
     } catch (const std::exception& e) {
         // db_exception_t, and the logic error of a corrupt event_source.type: both end the lookup.
-        ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "find_event_reactions", "%s", e.what());
+        ehs_log_database_error("find_event_reactions", "%s", e.what());
         return !damaged(e);
     }
     return true;
@@ -89,8 +89,8 @@ bool ehs_event_handler_c::complete_record(ehs_event_record_t& record) {
         try {
             language = settings_->get_default_language();
         } catch (const db_exception_t& e) {
-            ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "find_event_reactions",
-                   "failed to get default default_language: %s", e.what());
+            ehs_log_database_error("find_event_reactions", "failed to get default default_language: %s",
+                                   e.what());
             return false;
         }
         associated_event_source_t source;
@@ -133,7 +133,13 @@ bool ehs_event_handler_c::deserialize(const mosquitto_message* incoming, msg_eve
                        static_cast<size_t>(incoming->payloadlen));
     message.set_topic(incoming->topic);
     // No payload at all is refused without a log line; an empty text is a malformed document.
-    return message.deserialize(incoming->payload != nullptr ? payload.c_str() : nullptr) == AC_RESULT_SUCCESS;
+    const bool accepted =
+        message.deserialize(incoming->payload != nullptr ? payload.c_str() : nullptr) == AC_RESULT_SUCCESS;
+    if (accepted)
+        ehs_status_counters_c::instance().count_event();
+    else
+        ehs_status_counters_c::instance().count_refused_payload();
+    return accepted;
 }
 
 uint64_t ehs_event_handler_c::lorivant_id_of(uint64_t hardware_id) {
@@ -141,7 +147,7 @@ uint64_t ehs_event_handler_c::lorivant_id_of(uint64_t hardware_id) {
     try {
         if (lorivants_->get_lorivant_by_hardware_id(hardware_id, lorivant)) return lorivant.id;
     } catch (const db_exception_t& e) {
-        ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "lorivant_id_of", "%s", e.what());
+        ehs_log_database_error("lorivant_id_of", "%s", e.what());
     }
     return 0;
 }
@@ -151,7 +157,7 @@ uint64_t ehs_event_handler_c::repeater_id_of(uint64_t serial_number) {
     try {
         if (repeaters_->get_repeater_by_serial_number(serial_number, repeater)) return repeater.id;
     } catch (const db_exception_t& e) {
-        ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "repeater_id_of", "%s", e.what());
+        ehs_log_database_error("repeater_id_of", "%s", e.what());
     }
     return 0;
 }

@@ -3,8 +3,8 @@
 #include "db/transaction_guard.h"
 #include "eventhandling/ehs_damage_repair.h"
 #include "eventhandling/ehs_event_log_group.h"
+#include "eventhandling/ehs_status_counters.h"
 #include "messages/msg_event_io_input.h"
-#include "utils/ac_log.h"
 
 #include <ctime>
 
@@ -55,8 +55,8 @@ void ehs_input_handler_c::make_lorivant_reaction(const lorivant_event_reaction_t
             transaction.commit(retries_.commit);
         });
     } catch (const db_exception_t& e) {
-        ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "make_lorivant_reaction",
-               "failed to update panic or office mode: %s", e.what());
+        ehs_log_database_error("make_lorivant_reaction", "failed to update panic or office mode: %s",
+                               e.what());
     }
 }
 

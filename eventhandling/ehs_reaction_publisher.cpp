@@ -1,5 +1,6 @@
 #include "eventhandling/ehs_reaction_publisher.h"
 
+#include "eventhandling/ehs_status_counters.h"
 #include "messages/msg_event_reaction_cameraid.h"
 #include "messages/msg_event_reaction_email.h"
 #include "messages/msg_event_reaction_io_output.h"
@@ -18,6 +19,7 @@ void ehs_publish_camera_reaction(ac_mqtt_client_interface& client, const camera_
     msg_event_reaction_cameraid_c message;
     message.camera_id = reaction.camera.id;
     client.publish(topic, message.serialize(), false);
+    ehs_status_counters_c::instance().count_reaction();
 }
 
 void ehs_publish_output_reaction(ac_mqtt_client_interface& client, const output_event_reaction_t& reaction) {
@@ -30,6 +32,7 @@ void ehs_publish_output_reaction(ac_mqtt_client_interface& client, const output_
     message.delay_start = reaction.delay;
     message.duration = reaction.duration;
     client.publish("event_reactions/external_io/output", message.serialize(), false);
+    ehs_status_counters_c::instance().count_reaction();
 }
 
 void ehs_publish_email_reaction(ac_mqtt_client_interface& client, const email_event_reaction_t& reaction,
@@ -40,6 +43,7 @@ void ehs_publish_email_reaction(ac_mqtt_client_interface& client, const email_ev
     for (const auto& contact : reaction.contacts)
         message.recipients.push_back(contact.email);
     client.publish("event_reactions/email", message.serialize(), false);
+    ehs_status_counters_c::instance().count_reaction();
 }
 
 void ehs_publish_lorivant_reaction(ac_mqtt_client_interface& client,
@@ -54,6 +58,7 @@ void ehs_publish_lorivant_reaction(ac_mqtt_client_interface& client,
     // No passage limit is stored as -1 and goes out as the largest count.
     message.counts = static_cast<uint64_t>(office->counts);
     client.publish("event_reactions/end_device/lorivant", message.serialize(), false);
+    ehs_status_counters_c::instance().count_reaction();
 }
 
 void ehs_publish_reactions(ac_mqtt_client_interface& client, const ehs_event_record_t& record,

@@ -1,6 +1,7 @@
 #include "eventhandling/ehs_simple_event_log_handler.h"
 
 #include "eventhandling/ehs_event_log_group.h"
+#include "eventhandling/ehs_status_counters.h"
 
 namespace {
 
@@ -27,6 +28,7 @@ ehs_simple_event_log_handler_c::ehs_simple_event_log_handler_c(std::shared_ptr<a
     : ehs_event_handler_c(std::move(client), registry, retries) {
     for (const auto& row : log_topics)
         client_->register_topic(row.topic, [this, &row](const mosquitto_message*) {
+            ehs_status_counters_c::instance().count_event();
             write_event_log_with_transaction(row.message_id, row.event_log_group_id, 0, 0);
         });
 }

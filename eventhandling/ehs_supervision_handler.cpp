@@ -1,5 +1,6 @@
 #include "eventhandling/ehs_supervision_handler.h"
 
+#include "eventhandling/ehs_status_counters.h"
 #include "messages/msg_event_hwid.h"
 #include "utils/ac_log.h"
 
@@ -49,7 +50,7 @@ void ehs_supervision_handler_c::read_supervision_mode() {
         supervision_mode_ = settings_->get_supervision_mode();
     } catch (const db_exception_t& e) {
         supervision_mode_ = false;
-        ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "check_supervision", "%s", e.what());
+        ehs_log_database_error("check_supervision", "%s", e.what());
     }
 }
 
@@ -64,7 +65,7 @@ void ehs_supervision_handler_c::check_supervision(uint64_t now) {
     try {
         lorivants_->get_lorivants(lorivants);
     } catch (const db_exception_t& e) {
-        ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "check_supervision", "%s", e.what());
+        ehs_log_database_error("check_supervision", "%s", e.what());
     }
     for (const auto& lorivant : lorivants)
         check_supervision_of_lorivant(now, lorivant);
@@ -73,7 +74,7 @@ void ehs_supervision_handler_c::check_supervision(uint64_t now) {
     try {
         repeaters_->get_repeaters(repeaters);
     } catch (const db_exception_t& e) {
-        ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "check_supervision", "%s", e.what());
+        ehs_log_database_error("check_supervision", "%s", e.what());
     }
     for (const auto& repeater : repeaters)
         check_supervision_of_repeater(now, repeater);
@@ -88,7 +89,7 @@ void ehs_supervision_handler_c::check_supervision_of_lorivant(uint64_t now, cons
         last_sign_of_life = std::max(
             last_sign_of_life, event_log_->get_datetime_of_most_recent_event_log_of_lorivant(lorivant.id));
     } catch (const db_exception_t& e) {
-        ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "check_supervision_of_lorivant", "%s", e.what());
+        ehs_log_database_error("check_supervision_of_lorivant", "%s", e.what());
     }
     if (!silent_too_long(last_sign_of_life, lorivant.supervision_period, now)) return;
 
@@ -115,8 +116,7 @@ void ehs_supervision_handler_c::handle_missing_supervision(const std::function<v
     try {
         transactions_->begin_transaction(retries_.begin);
     } catch (const db_exception_t& e) {
-        ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "handle_missing_supervision",
-               "Error on begin transaction: %s", e.what());
+        ehs_log_database_error("handle_missing_supervision", "Error on begin transaction: %s", e.what());
         return;
     }
     try {
@@ -125,8 +125,8 @@ void ehs_supervision_handler_c::handle_missing_supervision(const std::function<v
         transactions_->commit_transaction(retries_.commit);
     } catch (const db_exception_t& e) {
         transactions_->rollback_transaction();
-        ac_log(AC_LOG_ERROR, AC_LOG_CAT_EVENTHANDLING, "handle_missing_supervision",
-               "Error when writing missing supervision to db : %s", e.what());
+        ehs_log_database_error("handle_missing_supervision",
+                               "Error when writing missing supervision to db : %s", e.what());
         // Not tried again here: the signal loss may already be published. The next run marks
         // the device on a repaired file.
         if (e.file_damaged) transactions_->repair_damage(retries_.begin, retries_.commit, true);

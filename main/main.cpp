@@ -14,6 +14,7 @@
 #include "eventhandling/ehs_simple_event_handler.h"
 #include "eventhandling/ehs_simple_event_log_handler.h"
 #include "main/ehs_config.h"
+#include "main/ehs_status_thread.h"
 #include "main/ehs_supervision_thread.h"
 #include "main/ehs_watchdog.h"
 #include "mqtt/ac_mqtt_client.h"
@@ -67,6 +68,7 @@ int main() {
 
     std::thread watchdog(ehs_watchdog_thread);
     std::thread supervision(ehs_supervision_thread, std::ref(mqtt_client));
+    std::thread status(ehs_status_thread); // counters for `systemctl status`, never on the event path
 
     mqtt_client->loop_forever();
     // The loop only returns on an unrecoverable error: end abnormally so that systemd restarts

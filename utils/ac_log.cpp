@@ -68,16 +68,6 @@ void write_line(sink_slot_t& slot, int level, const char* format, ...) {
     va_end(args);
 }
 
-// Month first with an unpadded hour (11/04/2026 9:05:03): the controller's other logs read so.
-void format_stamp(char (&stamp)[stamp_size]) {
-    stamp[0] = '\0';
-    time_t now = time(nullptr);
-    struct tm local {};
-    if (localtime_r(&now, &local) == nullptr) return;
-    snprintf(stamp, sizeof stamp, "%02d/%02d/%d %d:%02d:%02d", local.tm_mon + 1, local.tm_mday,
-             local.tm_year + 1900, local.tm_hour, local.tm_min, local.tm_sec);
-}
-
 // The caller's message formatted once (cut at message_size), then one line of it per sink:
 // `write_sink` gets the sink, the line's head ("<time stamp> <level> " on full sinks, empty on
 // short ones) and the message.
@@ -89,7 +79,7 @@ void write_entry(int level, const char* format, va_list args, Write write_sink) 
         char head[head_size] = "";
         if (slot.type == SINK_FILE || slot.type == SINK_FULL) {
             char stamp[stamp_size];
-            format_stamp(stamp);
+            ac_log_time_stamp(stamp, sizeof stamp);
             snprintf(head, sizeof head, "%s %s ", stamp, ac_log_level_name(level));
         } else if (slot.type != SINK_SHORT) {
             continue;
@@ -105,6 +95,16 @@ bool passes_threshold(int level, int category) {
 }
 
 } // namespace
+
+// Month first with an unpadded hour (11/04/2026 9:05:03): the controller's other logs read so.
+void ac_log_time_stamp(char* stamp, size_t size) {
+    stamp[0] = '\0';
+    time_t now = time(nullptr);
+    struct tm local {};
+    if (localtime_r(&now, &local) == nullptr) return;
+    snprintf(stamp, size, "%02d/%02d/%d %d:%02d:%02d", local.tm_mon + 1, local.tm_mday, local.tm_year + 1900,
+             local.tm_hour, local.tm_min, local.tm_sec);
+}
 
 const char* ac_log_level_name(int level) {
     if (level < AC_LOG_EMERGENCY || level > AC_LOG_DEBUG) return "";

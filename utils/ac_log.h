@@ -62,5 +62,8 @@ void ac_log_file_line(int level, int category, const char* file, int line, const
 // it (its sinks live as long as the process); tests and tools that need a fresh start do.
 void ac_log_deinit();
 
+// Now as the lines' time stamp ("11/04/2026 9:05:03"); empty when the clock cannot be read.
+void ac_log_time_stamp(char* stamp, size_t size);
+
 const char* ac_log_level_name(int level);
 const char* ac_log_category_name(int category);

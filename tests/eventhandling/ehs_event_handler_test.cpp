@@ -154,10 +154,13 @@ TEST_F(ehs_event_handler_test, each_message_reacts_for_its_source_and_the_named_
          "event_cameraid failed: invalid negative value for attribute: camera_id"},
     };
     // clang-format on
+    const status_counts_t before = status_counts();
     for (const auto& c : cases)
         expect(c);
     for (const auto& [topic, payload, error] : undeserializable)
         expect({topic, payload, {}, "", {"ERROR [REST] in deserialize(): deserialize msg " + error}});
+    // Every case but the empty snapshot was handled, each command counted once.
+    EXPECT_EQ(status_counts().since(before), (status_counts_t{36, 9, 25, 0, ""}));
     // Office mode: the association and the door component share one start time, the event's.
     const std::string
         assoc = "SELECT lorivant_event_reaction_id, lorivant_id, lorivant_hw_id, access_group_id, "
@@ -258,8 +261,12 @@ TEST_F(ehs_event_handler_test, each_database_failure_is_rolled_back_and_logged_a
          "(70, 28, 15); INSERT INTO output_event_reaction VALUES (205, 20, 22, 4, 1, 2)"},
     };
     // clang-format on
+    const status_counts_t before = status_counts();
     for (const auto& c : cases)
         expect(c);
+    // Each failure counted once, the last with the text of its log line, for `systemctl status`.
+    EXPECT_EQ(status_counts().since(before),
+              (status_counts_t{9, 0, 6, 9, "failed to get default default_language: empty query"}));
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 #include "eventhandling/ehs_lorivant_handler.h"
 #include "eventhandling/ehs_simple_event_handler.h"
 #include "eventhandling/ehs_simple_event_log_handler.h"
+#include "eventhandling/ehs_status_counters.h"
 #include "eventhandling/ehs_supervision_handler.h"
 #include "tests/support/test_broker.h"
 #include "tests/support/test_database.h"
@@ -20,9 +21,40 @@
 #include <gtest/gtest.h>
 #include <mosquitto.h>
 
+#include <regex>
 #include <thread>
 
 using lines_t = std::vector<std::string>;
+
+// The numbers of the status line and the text of its last database error.
+struct status_counts_t {
+    long events, refused, reactions, errors;
+    std::string last_error;
+    // What happened between `before` and this reading.
+    status_counts_t since(const status_counts_t& before) const {
+        return {events - before.events, refused - before.refused, reactions - before.reactions,
+                errors - before.errors, last_error};
+    }
+    bool operator==(const status_counts_t& o) const {
+        return std::tie(events, refused, reactions, errors, last_error) ==
+               std::tie(o.events, o.refused, o.reactions, o.errors, o.last_error);
+    }
+    friend std::ostream& operator<<(std::ostream& out, const status_counts_t& c) {
+        return out << c.events << " events, " << c.refused << " refused, " << c.reactions << " reactions, "
+                   << c.errors << " errors, last: " << c.last_error;
+    }
+};
+
+inline status_counts_t status_counts() {
+    const std::string text = ehs_status_counters_c::instance().status_text();
+    static const std::regex line(
+        R"(handled (\d+) events?, refused (\d+) payloads?, published (\d+) )"
+        R"(reactions?, (\d+) database errors?(?: \(last at \S+ \d+:\d\d:\d\d: (.*)\))?)");
+    std::smatch m;
+    EXPECT_TRUE(std::regex_match(text, m, line)) << text;
+    if (m.empty()) return {};
+    return {std::stol(m[1]), std::stol(m[2]), std::stol(m[3]), std::stol(m[4]), m[5]};
+}
 
 class ehs_handler_test_c : public testing::Test {
 protected:

@@ -131,4 +131,55 @@ TEST_F(ehs_daemon_test, events_reach_the_event_log_the_commands_and_the_broadcas
     // clang-format on
 }
 
+// What `systemctl status ehs` shows: the counters as a STATUS line, at once and then at most every
+// three seconds, only when they changed; the texts of the log and the payloads stay as they are.
+TEST_F(ehs_daemon_test, the_status_line_counts_events_refusals_reactions_and_database_errors) {
+    broker_ = std::make_unique<test_broker_c>(1883);
+    reader_ = std::make_unique<process_c>(std::vector<std::string>{EHS_BINARY_DIR "/ehs_broadcast_reader"},
+                                          std::map<std::string, std::string>{}, dir_.file("broadcast.txt"));
+    start_daemon({{"NOTIFY_SOCKET", notify_.path()}});
+    ASSERT_EQ(notify_.receive(10s), "READY=1");
+    std::vector<std::pair<std::chrono::steady_clock::time_point, std::string>> statuses;
+    auto next_status = [&](std::chrono::milliseconds timeout) {
+        std::string status = notify_.receive_status(timeout);
+        if (!status.empty()) statuses.emplace_back(std::chrono::steady_clock::now(), status);
+        return status;
+    };
+    EXPECT_EQ(next_status(2s).rfind("STATUS=handled ", 0), 0u); // the first at once
+    connect_peer();
+    send("events/alarmsystem/alarm", R"({"alarmsystem_id":1})");
+    EXPECT_EQ(settle().size(), 2u);
+    // Handled so far: each hotkey probe that reached the daemon (it answered each with one
+    // command), the two markers of the settles and the alarm. Every command arrived here.
+    const long handled = peer_->count("event_reactions/end_device/lorivant") + 2 + 1,
+               published = peer_->count();
+    send("events/alarmsystem/alarm", R"({"alarmsystem_id":"1"})");
+    db_.exec("ALTER TABLE associated_event_source RENAME TO moved");
+    send("events/control/tamper", "{}"); // its row, then a lookup that fails: no command
+
+    const std::string counts = "STATUS=handled " + std::to_string(handled + 1) +
+                               " events, refused 1 payload, published " + std::to_string(published) +
+                               " reactions, 1 database error (last at ",
+                      error = "db statement failed: SQL logic error)";
+    ASSERT_TRUE(wait_until([&] { return next_status(500ms).rfind(counts, 0) == 0; }, 10s))
+        << (statuses.empty() ? "no status" : statuses.back().second);
+    db_.exec("ALTER TABLE moved RENAME TO associated_event_source");
+    const std::string last = statuses.back().second;
+    EXPECT_EQ(last.substr(last.size() - error.size()), error) << last;
+    // Nothing changes any more: nothing more is sent.
+    EXPECT_EQ(next_status(3500ms), "");
+    for (size_t i = 1; i < statuses.size(); ++i) {
+        SCOPED_TRACE(statuses[i].second);
+        EXPECT_NE(statuses[i].second, statuses[i - 1].second);
+        EXPECT_GE(statuses[i].first - statuses[i - 1].first, 2500ms);
+    }
+    EXPECT_EQ(
+        log_lines(dir_.file("ehs.log")),
+        (lines_t{"INFO EHS starting up...",
+                 "ERROR [REST] in deserialize(): deserialize msg event_alarmid failed: expected end or "
+                 "key of a json object",
+                 "ERROR [MODEL] in execute(): db statement failed: SQL logic error",
+                 "ERROR [EVENTHANDLING] in find_event_reactions(): db statement failed: SQL logic error"}));
+}
+
 } // namespace

@@ -23,10 +23,23 @@ notify_listener_c::~notify_listener_c() {
     unlink(path_.c_str());
 }
 
-std::string notify_listener_c::receive(std::chrono::milliseconds timeout) {
-    pollfd waiting{fd_, POLLIN, 0};
-    char text[4096];
-    ssize_t length =
-        poll(&waiting, 1, static_cast<int>(timeout.count())) > 0 ? recv(fd_, text, sizeof text, 0) : 0;
-    return std::string(text, static_cast<size_t>(std::max<ssize_t>(length, 0)));
+std::string notify_listener_c::next(bool status, std::chrono::milliseconds timeout) {
+    const auto end = std::chrono::steady_clock::now() + timeout;
+    for (;;) {
+        auto& wanted = pending_[status];
+        if (!wanted.empty()) {
+            std::string text = std::move(wanted.front());
+            wanted.pop_front();
+            return text;
+        }
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        pollfd waiting{fd_, POLLIN, 0};
+        if (poll(&waiting, 1, static_cast<int>(std::max<int64_t>(left.count(), 0))) <= 0) return "";
+        char text[4096];
+        const ssize_t length = recv(fd_, text, sizeof text, 0);
+        if (length < 0) return "";
+        std::string datagram(text, static_cast<size_t>(length));
+        pending_[datagram.rfind("STATUS=", 0) == 0].push_back(std::move(datagram));
+    }
 }
