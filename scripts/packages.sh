@@ -3,4 +3,4 @@
 build_packages="g++ make cmake pkg-config libmosquitto-dev libsqlite3-dev rapidjson-dev
     libcurl4-openssl-dev libsystemd-dev"
 runtime_packages="mosquitto mosquitto-clients sqlite3"
-test_packages="libgtest-dev libgmock-dev clang clang-format git"
+test_packages="libgtest-dev libgmock-dev clang clang-format git logrotate"
