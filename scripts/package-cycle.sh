@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Takes the amd64 package through its life on this machine, as root, and checks each step:
 # install (no database yet: a word, not a failure), `systemd-analyze verify` of the installed
-# units, the installed ehs started by hand with its unit's user and environment against a demo
-# database (in network and IPC namespaces of its own: a broker on localhost:1883 and the change
-# queue, with one alarm), upgrade (the same package with a higher version), remove and purge.
+# units, upgrade (the same package with a higher version), the installed ehs started by hand with
+# its unit's user and environment against a demo database (in network and IPC namespaces of its
+# own: a broker on localhost:1883 and the change queue, with one alarm), roll back to the first
+# package, remove and purge.
 # Then it compares the file system and the user database with before: only the database and
 # the log may stay. It changes this machine (/data, the package): run it on a machine for tests.
 # Usage: scripts/package-cycle.sh [package.deb]   (default: the one scripts/package.sh built)
@@ -83,6 +84,11 @@ sqlite3 /data/acs.db "SELECT 'event_log row', id, message_id, identifier FROM ev
 [ "$(sqlite3 /data/acs.db "SELECT count(*) FROM event_log WHERE message_id=40")" -eq 1 ]
 grep -c "INSERT INTO event_log" "$work/broadcast" | sed 's/^/change broadcasts of the row: /'
 tail -n 3 /var/log/ehs.log
+
+step "roll back to the first package"
+dpkg -i "$deb"
+[ "$(dpkg-query -W -f '${Version}' ehs)" = "$(dpkg-deb -f "$deb" Version)" ]
+dpkg-query -W ehs
 
 step "remove"
 dpkg -r ehs
