@@ -12,6 +12,7 @@
 
 class ehs_status_counters_c {
 public:
+    // The service's counters; other objects count for themselves (tests).
     static ehs_status_counters_c& instance();
 
     void count_event() noexcept { events_.fetch_add(1, std::memory_order_relaxed); }

@@ -1,0 +1,42 @@
+// The status line's exact text: numbers in singular and plural, the last database error with the
+// time stamp of the log lines, cut to what a line of `systemctl status` holds.
+#include "eventhandling/ehs_status_counters.h"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+
+namespace {
+
+TEST(ehs_status_counters_test, counts_read_in_singular_and_plural_and_name_the_last_error) {
+    ehs_status_counters_c counters;
+    const std::string stamp = R"(\d\d/\d\d/\d{4} \d{1,2}:\d\d:\d\d)";
+    const struct {
+        int times;
+        std::string error, expected; // a regular expression
+    } cases[] = {
+        {0, "", "handled 0 events, refused 0 payloads, published 0 reactions, 0 database errors"},
+        {1, "first (a)",
+         "handled 1 event, refused 1 payload, published 1 reaction, 1 database error \\(last at " + stamp +
+             ": first \\(a\\)\\)"},
+        {1, "second",
+         "handled 2 events, refused 2 payloads, published 2 reactions, 2 database errors \\(last at " +
+             stamp + ": second\\)"},
+        // Cut at 199 characters, stamp included (18 or 19 of them, by the hour).
+        {1, std::string(300, 'x'),
+         "handled 3 events, .* 3 database errors \\(last at " + stamp + ": x{179,180}\\)"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.expected);
+        for (int i = 0; i < c.times; ++i) {
+            counters.count_event();
+            counters.count_refused_payload();
+            counters.count_reaction();
+            counters.count_database_error(c.error.c_str());
+        }
+        const std::string text = counters.status_text();
+        EXPECT_TRUE(std::regex_match(text, std::regex(c.expected))) << text;
+    }
+}
+
+} // namespace
