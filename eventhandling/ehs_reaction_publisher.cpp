@@ -8,6 +8,16 @@
 
 #include <string>
 
+namespace {
+
+// Every command goes out through here, so that the status line counts each once.
+void publish_reaction(ac_mqtt_client_interface& client, const char* topic, const std::string& payload) {
+    client.publish(topic, payload, false);
+    ehs_status_counters_c::instance().count_reaction();
+}
+
+} // namespace
+
 void ehs_publish_camera_reaction(ac_mqtt_client_interface& client, const camera_event_reaction_t& reaction) {
     const char* topic = nullptr;
     if (reaction.recording == "snapshot")
@@ -18,8 +28,7 @@ void ehs_publish_camera_reaction(ac_mqtt_client_interface& client, const camera_
         return;
     msg_event_reaction_cameraid_c message;
     message.camera_id = reaction.camera.id;
-    client.publish(topic, message.serialize(), false);
-    ehs_status_counters_c::instance().count_reaction();
+    publish_reaction(client, topic, message.serialize());
 }
 
 void ehs_publish_output_reaction(ac_mqtt_client_interface& client, const output_event_reaction_t& reaction) {
@@ -31,8 +40,7 @@ void ehs_publish_output_reaction(ac_mqtt_client_interface& client, const output_
     message.signal = output_action_name(reaction.action);
     message.delay_start = reaction.delay;
     message.duration = reaction.duration;
-    client.publish("event_reactions/external_io/output", message.serialize(), false);
-    ehs_status_counters_c::instance().count_reaction();
+    publish_reaction(client, "event_reactions/external_io/output", message.serialize());
 }
 
 void ehs_publish_email_reaction(ac_mqtt_client_interface& client, const email_event_reaction_t& reaction,
@@ -42,8 +50,7 @@ void ehs_publish_email_reaction(ac_mqtt_client_interface& client, const email_ev
     message.event_source_msg = event;
     for (const auto& contact : reaction.contacts)
         message.recipients.push_back(contact.email);
-    client.publish("event_reactions/email", message.serialize(), false);
-    ehs_status_counters_c::instance().count_reaction();
+    publish_reaction(client, "event_reactions/email", message.serialize());
 }
 
 void ehs_publish_lorivant_reaction(ac_mqtt_client_interface& client,
@@ -57,8 +64,7 @@ void ehs_publish_lorivant_reaction(ac_mqtt_client_interface& client,
     message.duration = office->duration;
     // No passage limit is stored as -1 and goes out as the largest count.
     message.counts = static_cast<uint64_t>(office->counts);
-    client.publish("event_reactions/end_device/lorivant", message.serialize(), false);
-    ehs_status_counters_c::instance().count_reaction();
+    publish_reaction(client, "event_reactions/end_device/lorivant", message.serialize());
 }
 
 void ehs_publish_reactions(ac_mqtt_client_interface& client, const ehs_event_record_t& record,

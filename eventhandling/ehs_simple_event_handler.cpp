@@ -2,7 +2,6 @@
 
 #include "db/transaction_guard.h"
 #include "eventhandling/ehs_event_log_group.h"
-#include "eventhandling/ehs_status_counters.h"
 #include "messages/msg_event_hotkey.h"
 #include "messages/msg_event_hwid.h"
 #include "messages/msg_event_internet_lost.h"
@@ -118,10 +117,7 @@ void ehs_simple_event_handler_c::handle_hotkey_event(const mosquitto_message* in
 
 void ehs_simple_event_handler_c::handle_camera_event(const mosquitto_message* incoming,
                                                      const topic_t& topic) {
-    if (incoming->payload == nullptr || incoming->payloadlen <= 0 || incoming->topic == nullptr) {
-        ehs_status_counters_c::instance().count_refused_payload();
-        return;
-    }
+    // No payload is refused (and counted) by deserialize, as on every other topic.
     msg_event_reaction_cameraid_c message;
     if (!deserialize(incoming, message)) return;
     write_event_log_with_transaction(topic.message_id, topic.event_log_group_id, 0, message.camera_id);
