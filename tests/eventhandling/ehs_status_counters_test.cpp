@@ -4,13 +4,20 @@
 
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <regex>
 
 namespace {
 
 TEST(ehs_status_counters_test, counts_read_in_singular_and_plural_and_name_the_last_error) {
     ehs_status_counters_c counters;
-    const std::string stamp = R"(\d\d/\d\d/\d{4} \d{1,2}:\d\d:\d\d)";
+    // The log lines' stamp: today, month first, then the time with an unpadded hour.
+    const time_t now = time(nullptr);
+    struct tm today {};
+    localtime_r(&now, &today);
+    char date[16];
+    strftime(date, sizeof date, "%m/%d/%Y", &today);
+    const std::string stamp = std::string(date) + R"( \d{1,2}:\d\d:\d\d)";
     const struct {
         int times;
         std::string error, expected; // a regular expression
