@@ -70,12 +70,18 @@ for _ in $(seq 100); do
     sleep 0.1
 done
 inside() { nsenter -t "$booted" -a "$@"; }
-state=$(timeout 120 nsenter -t "$booted" -a systemctl is-system-running --wait || true)
+# systemctl gives up at once when the manager's socket is not there yet, --wait or not.
+for _ in $(seq 300); do
+    nsenter -t "$booted" -a test -S /run/systemd/private 2>/dev/null && break
+    sleep 0.1
+done
+state=$(timeout 120 nsenter -t "$booted" -a systemctl is-system-running --wait 2>"$work/state.err" || true)
 case $state in
 running) ;;
 degraded) inside systemctl --failed --no-pager ;; # none of ours: they are not installed yet
 *)
-    cat "$work/boot.log"
+    cat "$work/boot.log" "$work/state.err"
+    ps -o pid,stat,etime,args -p "${booted:-0}" || true
     echo "package cycle: skipped, systemd does not boot in namespaces on this machine ('$state')" >&2
     exit 77
     ;;
@@ -101,7 +107,7 @@ snapshot() {
 }
 snapshot >"$work/before"
 
-step "install $(dpkg-deb -f "$deb" Package Version Architecture) into a booted system, no database yet"
+step "install $(dpkg-deb -W --showformat '${Package} ${Version} ${Architecture}' "$deb") into a booted system, no database yet"
 inside dpkg -i /root/cycle/ehs.deb 2>&1 | tee "$work/install.log"
 grep -q "^ehs: /data/acs.db does not exist" "$work/install.log" || fail "no word on the missing database"
 ! grep -q "Could not execute" "$work/install.log" || fail "systemctl's complaint on the missing database"
