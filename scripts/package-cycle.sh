@@ -8,7 +8,8 @@
 #   systemd-analyze verify of the installed units
 #   the database arrives: the service becomes active under its hardened unit, handles an alarm
 #     and a bad payload, shows its STATUS line in `systemctl status`, keeps the watchdog fed
-#   the rotation unit runs; upgrade (a higher version) and roll back restart the service
+#   the timer's rotation unit rotates the log; upgrade (a higher version) and roll back restart
+#   the service
 #   remove stops it; purge leaves nothing but the database and the log
 # Usage: scripts/package-cycle.sh [package.deb]   (default: the one scripts/package.sh built)
 # Exit status 77: skipped, systemd did not boot here (the package was not tried).
@@ -161,10 +162,18 @@ sleep 11
     fail "ehs was restarted: $(inside journalctl -u ehs --no-pager -o cat | tail -5)"
 echo "the same process $pid, 11 s later"
 
-step "the rotation unit runs under its own sandbox"
+step "the timer's rotation unit rotates the log past 1 MiB under the running service"
+inside systemctl start ehs-logrotate.service # under 1 MiB: nothing to do
+inside test ! -e /var/log/ehs.log.1.gz || fail "rotated a small log"
+inside bash -c 'yes "a line of an error flood" | head -c 1100000 >>/var/log/ehs.log'
 inside systemctl start ehs-logrotate.service
 [ "$(show Result ehs-logrotate.service)" = success ] || fail "ehs-logrotate.service failed"
-echo "ehs-logrotate.service: success"
+inside test -s /var/log/ehs.log.1.gz || fail "no /var/log/ehs.log.1.gz"
+inside mosquitto_pub -h localhost -t events/alarmsystem/alarm -m '{"alarmsystem_id":'
+await 1 bash -c 'grep -c "" /var/log/ehs.log' # the refusal's line
+# At the start of the emptied file: appended, not written at the old offset behind a hole.
+[ "$(inside stat -c %s /var/log/ehs.log)" -lt 1000 ] || fail "the line did not land at the start"
+inside bash -c 'ls -l /var/log/ehs.log*; cat /var/log/ehs.log'
 
 step "upgrade to the same package with a higher version restarts the service"
 inside dpkg -i /root/cycle/ehs-upgrade.deb 2>&1 | tee "$work/upgrade.log"
@@ -196,6 +205,7 @@ snapshot >"$work/after"
 echo "left behind (> new, < gone):"
 diff "$work/before" "$work/after" | grep '^[<>]' || true
 diff "$work/before" "$work/after" | grep '^[<>]' | grep -v -e '^> /data$' -e '^> /data/acs.db$' \
-    -e '^> /var/log/ehs.log$' -e '^> /var/lib/logrotate$' && fail "more than the database and the log stayed"
+    -e '^> /var/log/ehs.log$' -e '^> /var/log/ehs.log.1.gz$' -e '^> /var/lib/logrotate$' &&
+    fail "more than the database and the log stayed"
 inside ls -l /var/log/ehs.log
 echo "package cycle under systemd: passed"
