@@ -65,15 +65,15 @@ unshare --pid --fork --mount --uts --ipc --net --propagation private bash -euc '
     cd "$m" && mkdir -p .host && pivot_root . .host && umount -l /.host && rmdir /.host
     container=ehs-cycle exec /lib/systemd/systemd --system
 ' boot "$work" "$root" >"$work/boot.log" 2>&1 &
+inside() { nsenter -t "$booted" -a "$@"; }
 for _ in $(seq 100); do
     booted=$(pgrep -P $! || true)
     [ -z "$booted" ] || [ "$(cat "/proc/$booted/comm")" != systemd ] || break
     sleep 0.1
 done
-inside() { nsenter -t "$booted" -a "$@"; }
 # systemctl gives up at once when the manager's socket is not there yet, --wait or not.
 for _ in $(seq 300); do
-    nsenter -t "$booted" -a test -S /run/systemd/private 2>/dev/null && break
+    inside test -S /run/systemd/private 2>/dev/null && break
     sleep 0.1
 done
 state=$(timeout 120 nsenter -t "$booted" -a systemctl is-system-running --wait 2>"$work/state.err" || true)
