@@ -24,8 +24,6 @@
 #include <regex>
 #include <thread>
 
-using lines_t = std::vector<std::string>;
-
 // The numbers of the status line and the text of its last database error.
 struct status_counts_t {
     long events, refused, reactions, errors;

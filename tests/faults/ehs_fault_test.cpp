@@ -31,7 +31,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using std::to_string;
-using lines_t = std::vector<std::string>;
 
 const std::string alarm = "events/alarmsystem/alarm", alarm_1 = R"({"alarmsystem_id":1})",
                   refused = "ERROR [REST] in deserialize(): deserialize msg ";

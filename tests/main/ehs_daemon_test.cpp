@@ -12,7 +12,6 @@
 namespace {
 
 using namespace std::chrono_literals;
-using lines_t = std::vector<std::string>;
 
 class ehs_daemon_test : public test_daemon_c {
 protected:

@@ -4,7 +4,7 @@
 
 #include <sstream>
 
-std::vector<std::string> log_lines(const std::string& log_path) {
+lines_t log_lines(const std::string& log_path) {
     std::vector<std::string> lines;
     if (!file_exists(log_path)) return lines;
     std::istringstream text(read_file(log_path));

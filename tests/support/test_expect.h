@@ -4,6 +4,9 @@
 #include <string>
 #include <vector>
 
+// Lines of a log or of an output, compared whole.
+using lines_t = std::vector<std::string>;
+
 // The what() of the `Exception` that `action` threw; "" when it threw nothing.
 template <typename Exception, typename Action>
 std::string thrown(Action&& action) {
@@ -17,6 +20,6 @@ std::string thrown(Action&& action) {
 
 // The lines of the log file without their time stamp ("11/04/2026 9:05:03 "): level,
 // category, function, text. A missing file has no lines.
-std::vector<std::string> log_lines(const std::string& log_path);
+lines_t log_lines(const std::string& log_path);
 // The same lines joined with "\n" after each.
 std::string log_text(const std::string& log_path);
