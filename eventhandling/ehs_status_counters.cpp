@@ -39,7 +39,7 @@ std::string ehs_status_counters_c::status_text() const {
 }
 
 void ehs_log_database_error(const char* function, const char* format, ...) {
-    char text[2048]; // the log's own bound of a message
+    char text[ac_log_message_size];
     va_list args;
     va_start(args, format);
     vsnprintf(text, sizeof text, format, args);

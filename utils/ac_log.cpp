@@ -10,7 +10,6 @@
 namespace {
 
 constexpr int slot_count = 3;
-constexpr size_t message_size = 2048;
 constexpr size_t stamp_size = 64;
 constexpr size_t head_size = stamp_size + 16; // a stamp, the longest level name and two blanks
 
@@ -68,12 +67,12 @@ void write_line(sink_slot_t& slot, int level, const char* format, ...) {
     va_end(args);
 }
 
-// The caller's message formatted once (cut at message_size), then one line of it per sink:
+// The caller's message formatted once (cut at ac_log_message_size), then one line of it per sink:
 // `write_sink` gets the sink, the line's head ("<time stamp> <level> " on full sinks, empty on
 // short ones) and the message.
 template <typename Write>
 void write_entry(int level, const char* format, va_list args, Write write_sink) {
-    char message[message_size];
+    char message[ac_log_message_size];
     vsnprintf(message, sizeof message, format, args);
     for (auto& slot : slots) {
         char head[head_size] = "";

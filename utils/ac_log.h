@@ -4,6 +4,9 @@
 // only read afterwards, so there is no lock. Logging never fails towards its caller.
 #include <cstddef>
 
+// A message is cut to this many bytes, terminating NUL included.
+constexpr size_t ac_log_message_size = 2048;
+
 enum ac_log_level_e {
     AC_LOG_EMERGENCY = 0,
     AC_LOG_ALERT = 1,
